@@ -1,0 +1,98 @@
+// The bytes of each parameter type: one rule a type. Numbers, dates, GUIDs, doubles and rectangles
+// are their bytes in memory.
+#pragma once
+
+#include "binary/stream.h"
+#include "objects/values.h"
+
+namespace TmxPLC {
+
+template <typename T>
+inline void StoreValue(BinOutput& output, const T& value) noexcept {
+    static_assert(std::is_trivially_copyable_v<T>, "this type needs a rule of its own");
+    output.Write(value);
+}
+inline void StoreValue(BinOutput& output, const bool& value) noexcept {
+    output.Write<std::uint8_t>(value ? 1 : 0);
+}
+inline void StoreValue(BinOutput& output, const WideText& value) noexcept {
+    output.WriteText(value.c_str(), value.size());
+}
+inline void StoreValue(BinOutput& output, const AnsiText& value) noexcept {
+    output.WriteText(value.c_str(), value.size());
+}
+inline void StoreValue(BinOutput& output, const ObjectRef& value) noexcept {
+    output.Write(value.id).Write(value.number);
+    StoreValue(output, value.nameText);
+}
+inline void StoreValue(BinOutput& output, const NamedId& value) noexcept {
+    output.Write(value.id);
+    StoreValue(output, value.nameText);
+}
+inline void StoreValue(BinOutput& output, const GuidRef& value) noexcept {
+    output.Write(value.guid);
+    StoreValue(output, value.nameText);
+}
+/// A set is stored as a wide text of its entries: "1 2 3 4 7 'left', 5 6 7 8 -1 'right'".
+void StoreValue(BinOutput& output, const DataSet& value);
+
+/// What a parameter holds when nothing was read: the zero of its type, and the present time for a
+/// date-time.
+template <typename T>
+inline void SetUnread(T&) {}
+inline void SetUnread(TZincDateTime& value) { value = TZincDateTime::Now(); }
+
+template <typename T>
+inline void LoadValue(BinInput& input, T& value) {
+    static_assert(std::is_trivially_copyable_v<T>, "this type needs a rule of its own");
+    if (!input.Read(value)) SetUnread(value);
+}
+inline void LoadValue(BinInput& input, bool& value) noexcept {
+    std::uint8_t byte = 0;
+    if (input.Read(byte)) value = byte != 0;
+}
+template <typename Char>
+inline void LoadText(BinInput& input, InlineText<Char>& value) {
+    std::size_t length = 0;
+    if (const std::uint8_t* place = input.ReadText<Char>(length)) {
+        Char* target = value.Resize(length);
+        if (length != 0) std::memcpy(target, place, length * sizeof(Char));
+    }
+}
+inline void LoadValue(BinInput& input, WideText& value) { LoadText(input, value); }
+inline void LoadValue(BinInput& input, AnsiText& value) { LoadText(input, value); }
+inline void LoadValue(BinInput& input, ObjectRef& value) {
+    input.Read(value.id);
+    input.Read(value.number);
+    LoadText(input, value.nameText);
+    value.Attach();
+}
+inline void LoadValue(BinInput& input, NamedId& value) {
+    input.Read(value.id);
+    LoadText(input, value.nameText);
+    value.Attach();
+}
+inline void LoadValue(BinInput& input, GuidRef& value) {
+    input.Read(value.guid);
+    LoadText(input, value.nameText);
+    value.Attach();
+}
+/// Whatever is malformed ends the set quietly with the entries so far; it never fails the stream.
+void LoadValue(BinInput& input, DataSet& value);
+
+/// Reads an optional parameter.
+template <typename T>
+inline void LoadValue(BinInput& input, Optional<T>& parameter) {
+    parameter.present = input.ReadPresence();
+    if (parameter.present)
+        LoadValue(input, parameter.value);
+    else
+        SetUnread(parameter.value);
+}
+template <typename T>
+inline void StoreValue(BinOutput& output, const Optional<T>& parameter) {
+    StoreValue(output, parameter.present);
+    if (parameter.present) StoreValue(output, parameter.value);
+}
+
+}  // namespace TmxPLC

@@ -1,0 +1,59 @@
+// An action without a catalogue entry: a carrier of routing values.
+#pragma once
+
+#include "objects/message.h"
+
+namespace TmxPLC {
+
+/// Has no name, no text form and no parameters in bytes, and equals nothing, itself included.
+class CTmxGenericAction final : public CTmxAction {
+  public:
+    static constexpr std::uint32_t kCode = 0x7ffffffe;
+    /// Its catalogue record stays null: the code stands in no map and in no query.
+    inline static constinit Descriptor descriptor{};
+
+    /// Fills the descriptor. Called at load behind the building of the catalogue.
+    static void Register() noexcept {
+        descriptor.messageClass = ActionMessage;
+        descriptor.code = kCode;
+    }
+
+    CTmxGenericAction() = default;
+    /// Each reference may be null, which leaves the value empty.
+    CTmxGenericAction(const TmxObjectRef* input, const TmxObjectRef* output,
+                      const TmxObjectRef* inContact, const TmxObjectRef* outContact,
+                      std::int32_t number) {
+        if (input) videoInput = *input;
+        if (output) videoOutput = *output;
+        if (inContact) inputContact = *inContact;
+        if (outContact) outputContact = *outContact;
+        genericInt32 = number;
+    }
+
+    const Descriptor& GetInfo() const noexcept override { return descriptor; }
+    CTmxMessage* Clone() const override {
+        return new (std::nothrow) CTmxGenericAction(*this);
+    }
+    bool StoreToTextW(TextWriter<WideChar>&) const override { return false; }
+    bool StoreToTextA(TextWriter<char>&) const override { return false; }
+    bool StoreToBin(BinOutput&) const override { return false; }
+    bool Equal(const CTmxAction&) const override { return false; }
+    ObjectRef* GetVideoInput() noexcept override { return Given(videoInput); }
+    ObjectRef* GetVideoOutput() noexcept override { return Given(videoOutput); }
+    ObjectRef* GetInputContact() noexcept override { return Given(inputContact); }
+    ObjectRef* GetOutputContact() noexcept override { return Given(outputContact); }
+    std::int32_t GetGenericInt32Parameter() const noexcept override { return genericInt32; }
+
+    ObjectRef videoInput;
+    ObjectRef videoOutput;
+    ObjectRef inputContact;
+    ObjectRef outputContact;
+    std::int32_t genericInt32 = 0;
+
+  private:
+    static ObjectRef* Given(ObjectRef& value) noexcept {
+        return value.IsEmpty() ? nullptr : &value;
+    }
+};
+
+}  // namespace TmxPLC

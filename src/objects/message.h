@@ -1,0 +1,69 @@
+// The bases of all messages. A handle is the address of a live CTmxMessage.
+#pragma once
+
+#include <cstdint>
+#include <new>
+
+#include "objects/descriptor.h"
+#include "objects/live_objects.h"
+#include "objects/properties.h"
+#include "objects/values.h"
+#include "zinc/reference.h"
+
+namespace TmxPLC {
+
+struct BinOutput;
+template <typename Char>
+class TextWriter;
+
+/// What every message is: counted, described, cloned, stored and compared.
+class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountBaseClass> {
+  public:
+    ~CTmxMessage() override { LiveObjects::Remove(); }
+
+    virtual const Descriptor& GetInfo() const noexcept = 0;
+    /// A new object of the same class with the same parameters and nothing else of this one; null
+    /// where there is no memory for the object.
+    virtual CTmxMessage* Clone() const = 0;
+    /// The stores return whether the buffer sufficed.
+    virtual bool StoreToTextW(TextWriter<WideChar>& writer) const = 0;
+    virtual bool StoreToTextA(TextWriter<char>& writer) const = 0;
+    virtual bool StoreToBin(BinOutput& output) const = 0;
+
+    std::uint32_t messageFlags = 0;
+    std::uint64_t internalData = 0;  // the caller's own; never looked at
+
+  protected:
+    CTmxMessage() noexcept {
+        referenceCount.store(1, std::memory_order_relaxed);
+        LiveObjects::Add();
+    }
+    /// A copy begins as a new object does: what belongs to the message itself is not carried over.
+    CTmxMessage(const CTmxMessage&) noexcept : CTmxMessage() {}
+};
+
+/// The base of all actions. The accessors by role give the parameter that plays the role inside the
+/// object, null where there is none or where it is absent.
+class CTmxAction : public CTmxMessage {
+  public:
+    virtual bool Equal(const CTmxAction& other) const = 0;
+    /// kind: out, the kind of the parameter as the catalogue numbers it; untouched without one.
+    virtual GuidRef* GetGuidReference(std::uint32_t& kind) noexcept;
+    virtual GuidRef* GetChannelGuidReference(std::uint32_t& kind) noexcept;
+    virtual NamedId* GetNamedId() noexcept;
+    virtual ObjectRef* GetVideoInput() noexcept;
+    virtual ObjectRef* GetVideoOutput() noexcept;
+    virtual ObjectRef* GetInputContact() noexcept;
+    virtual ObjectRef* GetOutputContact() noexcept;
+    virtual std::int64_t* GetForeignKey() noexcept;
+    virtual std::int32_t GetGenericInt32Parameter() const noexcept;
+
+    Properties properties;
+
+  protected:
+    CTmxAction() noexcept = default;
+    /// The copies of the concrete classes carry over the parameters alone.
+    CTmxAction(const CTmxAction& other) noexcept : CTmxMessage(other) {}
+};
+
+}  // namespace TmxPLC

@@ -1,0 +1,271 @@
+#include "text/value_writer.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace TmxPLC {
+
+namespace {
+
+// The GUID of the one reference that is shown by a plain text of its own:
+// {baa41e7c-9328-427e-943d-a66b44ef2fdb}, the rest of the time.
+constexpr Guid kRestOfTime = {
+    0xbaa41e7c, 0x9328, 0x427e, {0x94, 0x3d, 0xa6, 0x6b, 0x44, 0xef, 0x2f, 0xdb}};
+constexpr std::uint32_t kRestOfTimeEnumeration = 60;
+
+template <typename Char>
+void PutWords(TextWriter<Char>& writer, const std::int16_t (&words)[4]) {
+    for (int i = 0; i < 4; ++i) {
+        if (i != 0) writer.PutLiteral(", ");
+        writer.PutNumber(words[i]);
+    }
+}
+
+// The six significant digits of a finite value as the C locale's %g writes them, the exponent
+// lengthened to three digits.
+std::size_t FormatDouble(char (&text)[32], double value) noexcept {
+    if (std::isnan(value))
+        return static_cast<std::size_t>(
+            std::string_view(std::signbit(value) ? "-1.#IND" : "1.#QNAN").copy(text, 32));
+    if (std::isinf(value))
+        return static_cast<std::size_t>(
+            std::string_view(value < 0 ? "-1.#INF" : "1.#INF").copy(text, 32));
+    const auto [end, error] =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, 6);
+    static_cast<void>(error);
+    auto length = static_cast<std::size_t>(end - text);
+    const std::size_t exponent = std::string_view(text, length).find('e');
+    if (exponent == std::string_view::npos) return length;
+    // Behind the "e" stands a sign, then at least two digits.
+    const std::size_t first = exponent + 2;
+    while (length - first < 3) {
+        std::memmove(text + first + 1, text + first, length - first);
+        text[first] = '0';
+        ++length;
+    }
+    return length;
+}
+
+// The plain text of an entry of an enumeration, without the parameter's name. What separates the
+// values is put out whether or not there was one before.
+template <typename Char>
+bool WriteEntry(TextWriter<Char>& writer, std::uint32_t enumeration, std::int32_t value) {
+    const EnumValueRecord* entry = TheCatalogue().FindEnumValue(enumeration, value);
+    if (entry == nullptr) return false;
+    ++writer.ParamIndex;
+    writer.PutLiteral("; ");
+    writer.PutPlain(entry->text);
+    return true;
+}
+
+}  // namespace
+
+template <typename Char>
+void PutText(TextWriter<Char>& writer, const WideText& text) {
+    if constexpr (std::is_same_v<Char, WideChar>) {
+        writer.Put(text.view());
+    } else {
+        if (text.empty()) return;
+        if (IsAscii(text.c_str(), text.size())) {
+            if (char* place = writer.Piece(text.size()))
+                CopyAscii(place, text.c_str(), text.size());
+            return;
+        }
+        const std::size_t room =
+            writer.Remaining > 0 ? static_cast<std::size_t>(writer.Remaining) : 0;
+        const std::ptrdiff_t count =
+            Platform::WideToNarrow(PageOf(writer.Utf8Mode), FlagsTowardsNarrow(writer.Utf8Mode),
+                                   text.c_str(), text.size(), writer.Cursor, room);
+        if (count > 0) writer.Piece(static_cast<std::size_t>(count));
+    }
+}
+
+template <typename Char>
+void PutText(TextWriter<Char>& writer, const AnsiText& text) {
+    if constexpr (std::is_same_v<Char, char>) {
+        writer.Put(text.view());
+    } else {
+        if (text.empty()) return;
+        if (IsAscii(text.c_str(), text.size())) {
+            if (WideChar* place = writer.Piece(text.size()))
+                CopyAscii(place, text.c_str(), text.size());
+            return;
+        }
+        const std::size_t room =
+            writer.Remaining > 0 ? static_cast<std::size_t>(writer.Remaining) : 0;
+        const std::ptrdiff_t count =
+            Platform::NarrowToWide(PageOf(writer.Utf8Mode), FlagsTowardsWide(writer.Utf8Mode),
+                                   text.c_str(), text.size(), writer.Cursor, room);
+        if (count > 0) writer.Piece(static_cast<std::size_t>(count));
+    }
+}
+
+template <typename Char>
+void PutValue(TextWriter<Char>& writer, const Guid& value) {
+    writer.PutLiteral("\"");
+    if (Char* place = writer.Piece(Zinc::kGuidTextLength)) Zinc::PutGuid(place, value);
+    writer.PutLiteral("\"");
+}
+
+template <typename Char>
+void PutValue(TextWriter<Char>& writer, double value) {
+    char text[32];
+    const std::size_t length = FormatDouble(text, value);
+    if (Char* place = writer.Piece(length)) CopyAscii(place, text, length);
+}
+
+template <typename Char>
+void PutValue(TextWriter<Char>& writer, const ParamRect& value) {
+    writer.PutLiteral("{ ");
+    PutWords(writer, value.words);
+    writer.PutLiteral(" }");
+}
+
+template <typename Char>
+void PutValue(TextWriter<Char>& writer, const DataSet& value) {
+    writer.PutLiteral("{");
+    bool first = true;
+    for (const DataSetEntry& entry : value.entries) {
+        if (!first) writer.PutLiteral(", ");
+        first = false;
+        writer.PutLiteral("{ ");
+        PutWords(writer, entry.words);
+        writer.PutLiteral(", ");
+        // The number of an entry is printed as unsigned: 4294967295 for -1.
+        writer.PutNumber(static_cast<std::uint32_t>(entry.number));
+        writer.PutLiteral(", ");
+        PutValue(writer, entry.nameText);
+        writer.PutLiteral(" }");
+    }
+    writer.PutLiteral("}");
+}
+
+template <typename Char>
+void PutMachine(TextWriter<Char>& writer, const TZincDateTime& value) {
+    Char text[Zinc::kDateTimeTextCapacity];
+    const std::size_t length = Zinc::DateTimeToText(text, value);
+    writer.PutLiteral("\"");
+    writer.Put(text, length);
+    writer.PutLiteral("\"");
+}
+
+template <typename Char>
+void PutMachine(TextWriter<Char>& writer, const ObjectRef& value) {
+    if (value.id == 0 && value.nameText.empty()) return writer.PutNumber(value.number);
+    writer.PutLiteral("{ ");
+    writer.PutNumber(value.id);
+    writer.PutLiteral(", ");
+    writer.PutNumber(value.number);
+    writer.PutLiteral(", \"");
+    PutText(writer, value.nameText);
+    writer.PutLiteral("\" }");
+}
+
+template <typename Char>
+void PutMachine(TextWriter<Char>& writer, const NamedId& value) {
+    if (value.id == 0) return PutValue(writer, value.nameText);
+    writer.PutLiteral("{ ");
+    writer.PutNumber(value.id);
+    writer.PutLiteral(", \"");
+    PutText(writer, value.nameText);
+    writer.PutLiteral("\" }");
+}
+
+template <typename Char>
+void PutMachine(TextWriter<Char>& writer, const GuidRef& value) {
+    if (Zinc::IsNil(value.guid)) return PutValue(writer, value.nameText);
+    writer.PutLiteral("{ ");
+    PutValue(writer, value.guid);
+    writer.PutLiteral(", \"");
+    PutText(writer, value.nameText);
+    writer.PutLiteral("\" }");
+}
+
+template <typename Char>
+void WriteDisplay(TextWriter<Char>& writer, std::uint32_t type, std::int32_t value) {
+    if (IsEnumeration(type) && WriteEntry(writer, type, value)) return;
+    writer.Separator();
+    writer.PutNumber(value);
+}
+
+// Unlike an enumeration, a bool is told with its parameter's name.
+template <typename Char>
+void WriteDisplay(TextWriter<Char>& writer, std::uint32_t, bool value) {
+    writer.Separator();
+    const EnumValueRecord* entry = TheCatalogue().FindEnumValue(ParamBool, value ? 1 : 0);
+    if (entry != nullptr)
+        writer.PutPlain(entry->text);
+    else
+        PutMachine(writer, value);
+}
+
+template <typename Char>
+void WriteDisplay(TextWriter<Char>& writer, std::uint32_t, const TZincDateTime& value) {
+    writer.Separator();
+    WideChar text[Zinc::kDateTimeTextCapacity];
+    const std::size_t length =
+        Zinc::SystemTimeToStr(text, Zinc::FileTimeToSystemTime(value.GetLocalFileTime()));
+    writer.PutLiteral("\"");
+    WideText converted;
+    converted.Assign(text, length);
+    PutText(writer, converted);
+    writer.PutLiteral("\"");
+}
+
+template <typename Char>
+void WriteDisplay(TextWriter<Char>& writer, std::uint32_t, const ObjectRef& value) {
+    writer.Separator();
+    if (!value.nameText.empty()) {
+        PutText(writer, value.nameText);
+        writer.PutLiteral(" (");
+        writer.PutNumber(value.number);
+        writer.PutLiteral(")");
+    } else if (value.number != 0) {
+        writer.PutNumber(value.number);
+    } else {
+        writer.PutLiteral("#: ");
+        writer.PutNumber(value.id);
+    }
+}
+
+template <typename Char>
+void WriteDisplay(TextWriter<Char>& writer, std::uint32_t, const NamedId& value) {
+    writer.Separator();
+    if (!value.nameText.empty())
+        PutValue(writer, value.nameText);
+    else
+        writer.PutNumber(value.id);
+}
+
+template <typename Char>
+void WriteDisplay(TextWriter<Char>& writer, std::uint32_t, const GuidRef& value) {
+    if (value.guid == kRestOfTime && WriteEntry(writer, kRestOfTimeEnumeration, 0)) return;
+    writer.Separator();
+    if (value.nameText.empty())
+        PutValue(writer, value.guid);
+    else
+        PutValue(writer, value.nameText);
+}
+
+#define TMX_WRITERS(Char)                                                                  \
+    template void PutText(TextWriter<Char>&, const WideText&);                             \
+    template void PutText(TextWriter<Char>&, const AnsiText&);                             \
+    template void PutValue(TextWriter<Char>&, const Guid&);                                \
+    template void PutValue(TextWriter<Char>&, double);                                     \
+    template void PutValue(TextWriter<Char>&, const ParamRect&);                           \
+    template void PutValue(TextWriter<Char>&, const DataSet&);                             \
+    template void PutMachine(TextWriter<Char>&, const TZincDateTime&);                     \
+    template void PutMachine(TextWriter<Char>&, const ObjectRef&);                         \
+    template void PutMachine(TextWriter<Char>&, const NamedId&);                           \
+    template void PutMachine(TextWriter<Char>&, const GuidRef&);                           \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, std::int32_t);            \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, bool);                    \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const TZincDateTime&);    \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const ObjectRef&);        \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const NamedId&);          \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const GuidRef&);
+TMX_WRITERS(char)
+TMX_WRITERS(WideChar)
+#undef TMX_WRITERS
+
+}  // namespace TmxPLC

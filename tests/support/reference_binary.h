@@ -1,0 +1,37 @@
+// The binary form, written a second time and as plainly as possible: the bytes of a message, and
+// what a reader must do with any bytes. It shares no code with the library.
+#ifndef TMX_TESTS_SUPPORT_REFERENCE_BINARY_H
+#define TMX_TESTS_SUPPORT_REFERENCE_BINARY_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "support/model.h"
+
+namespace tmxtest {
+
+using Bytes = std::vector<uint8_t>;
+using Properties = std::map<std::u16string, std::u16string>;
+
+// Header, parameters and property block.
+Bytes BinaryForm(const ActionFacts& action, const Values& values,
+                 const Properties& properties = {});
+
+// The bytes from the start up to the property block.
+size_t SizeWithoutProperties(const ActionFacts& action, const Values& values);
+
+struct BinaryReading {
+    const ActionFacts* action = nullptr;  // null where no handle is made
+    Values values;
+    Properties properties;
+    uint32_t used = 0;
+};
+
+// Reads an action with the filter for actions: a match action isn't made.
+BinaryReading ReadBinary(const Bytes& bytes);
+
+}  // namespace tmxtest
+
+#endif

@@ -1,0 +1,22 @@
+// The two narrow encodings, written plainly: the code page windows-1252 and UTF-8.
+#ifndef TMX_TESTS_SUPPORT_REFERENCE_ENCODING_H
+#define TMX_TESTS_SUPPORT_REFERENCE_ENCODING_H
+
+#include <string>
+#include <string_view>
+
+namespace tmxtest {
+
+// A unit that the page lacks becomes "?"; an unpaired surrogate becomes U+FFFD in UTF-8. In the
+// code page a base letter and a following combining mark become one letter where the page has it.
+std::string ToNarrow(std::u16string_view text, bool utf8);
+
+// Ill-formed UTF-8 becomes one U+FFFD for each maximal part.
+std::u16string ToWide(std::string_view text, bool utf8);
+
+// Widens ASCII.
+std::u16string Widened(std::string_view text);
+
+}  // namespace tmxtest
+
+#endif

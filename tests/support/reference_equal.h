@@ -1,0 +1,20 @@
+// When two messages of one action count as equal, by the rule of each parameter type.
+#ifndef TMX_TESTS_SUPPORT_REFERENCE_EQUAL_H
+#define TMX_TESTS_SUPPORT_REFERENCE_EQUAL_H
+
+#include "support/model.h"
+
+namespace tmxtest {
+
+// Wide texts: case folded for the letters of Latin-1, Greek, Cyrillic and Deseret, which is all
+// that the tests compare.
+bool EqualWide(const std::u16string& a, const std::u16string& b);
+
+// a stands on the left: for references it chooses what is compared.
+bool EqualByRule(const ParameterFacts& parameter, const Value& a, const Value& b);
+
+bool EqualByRule(const ActionFacts& action, const Values& a, const Values& b);
+
+}  // namespace tmxtest
+
+#endif

@@ -1,0 +1,309 @@
+#include "support/value_sets.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+#include "support/reference_encoding.h"
+
+namespace tmxtest {
+
+namespace {
+
+constexpr TmxGuid kRestOfTime = {
+    0xbaa41e7c, 0x9328, 0x427e, {0x94, 0x3d, 0xa6, 0x6b, 0x44, 0xef, 0x2f, 0xdb}};
+
+// 2026-11-15 11:00:00,000 UTC.
+constexpr uint64_t kNoon = 13438983600000;
+
+uint64_t TimeValue(uint64_t milliseconds, int bias) {
+    return milliseconds | static_cast<uint64_t>(static_cast<uint16_t>(bias)) << 48;
+}
+
+TmxGuid NumberedGuid(unsigned number) {
+    TmxGuid guid = {0x00112233 + number * 0x01010101,
+                    static_cast<uint16_t>(0x4455 + number),
+                    static_cast<uint16_t>(0x6677 + number * 3),
+                    {0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff}};
+    guid.Data4[7] = static_cast<uint8_t>(0xff - number);
+    return guid;
+}
+
+std::u16string Name(const char16_t* prefix, unsigned number) {
+    return prefix + Widened(std::to_string(number));
+}
+
+Datum TypicalDatum(Type type, unsigned place, unsigned variant) {
+    const unsigned n = place + 1 + variant * 100;
+    switch (type) {
+        case Type::Int32:
+        case Type::Enum:
+            return static_cast<int32_t>(n % 2 == 0 ? n : 0u - n);
+        case Type::Int64:
+            return static_cast<int64_t>(0x1122334455660000 + n);
+        case Type::DateTime:
+            return DateTime{TimeValue(kNoon + n * 3661001ull, n % 3 == 0   ? -60
+                                                              : n % 3 == 1 ? 300
+                                                                           : 0)};
+        case Type::AnsiText:
+            return "narrow " + std::to_string(n) + "\xE4";
+        case Type::WideText:
+            return Name(u"wide \u00E4\u20AC, (", n);
+        case Type::Bool:
+            return (place + variant) % 2 == 0;
+        case Type::Guid:
+            return NumberedGuid(n);
+        case Type::NamedId:
+            return NamedId{n, Name(u"named ", n), static_cast<int32_t>(n + 1)};
+        case Type::ObjectRef:
+            return ObjectRef{n + 0x100000000, static_cast<int32_t>(n + 7), Name(u"object ", n)};
+        case Type::GuidRef:
+            return GuidRef{NumberedGuid(n + 50), Name(u"guid ", n), n + 3};
+        case Type::Double:
+            return n + 0.5;
+        case Type::Rect: {
+            const auto a = static_cast<int16_t>(n);
+            return TmxRect{{a, static_cast<int16_t>(-a), static_cast<int16_t>(a * 2), 640}};
+        }
+        case Type::DataSet: {
+            const auto a = static_cast<int16_t>(n);
+            return DataSet{{{a, 2, -3, 4}, 7, Name(u"left ", n)}, {{5, 6, 7, a}, -1, u"right"}};
+        }
+    }
+    std::abort();
+}
+
+template <typename T>
+const T& Pick(const std::vector<T>& list, unsigned index) {
+    return list[index % list.size()];
+}
+
+const std::vector<std::u16string>& WideTexts() {
+    static const std::vector<std::u16string> texts = [] {
+        std::u16string longest;
+        for (int i = 0; i < 5000; ++i) longest += static_cast<char16_t>(u'a' + i % 26);
+        std::u16string umlauts;
+        for (int i = 0; i < 255; ++i) umlauts += i % 2 == 0 ? u'\u00FC' : u'\u00DF';
+        std::u16string page;
+        for (char16_t c = 1; c < 0x180; ++c) {
+            if (c != u'"') page += c;
+        }
+        return std::vector<std::u16string>{
+            u"123456789012345678901234",
+            longest,
+            umlauts,
+            u"\U0001F3A5 camera \U00010400\U0010FFFF",
+            std::u16string(u"low \xDC00 high \xD800"),
+            std::u16string(1, char16_t{0xD83D}),
+            u"a \"quoted\" word",
+            u"A\u0308o\u0308 n\u0303 z\u030C q\u0308 \u0308",
+            u"\uFFFF\uFEFF\u4E2D\u6587 \u20AC\u2122\u0178",
+            page,
+            u"' , '' ), ({ }",
+            u"\r\n\ttab\\n",
+            u"12345678901234567890123456789012",
+            u"x",
+            u"\"",
+            std::u16string(u"\xDBFF\xDBFF\xDFFF\xDFFF"),
+        };
+    }();
+    return texts;
+}
+
+const std::vector<std::string>& NarrowTexts() {
+    static const std::vector<std::string> texts = [] {
+        std::string page;
+        for (int c = 1; c < 256; ++c) {
+            if (c != '"') page += static_cast<char>(c);
+        }
+        return std::vector<std::string>{
+            "123456789012345678901234",
+            std::string(5000, 'q'),
+            "\xC3\xBC\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xA5",
+            page,
+            "broken \xC3 \xE2\x82 \xF0\x9F\x8E \xC0\x80 \xED\xA0\x80 \xF4\x90\x80\x80 \xFF",
+            "a \"quoted\" word",
+            std::string(255, '\xFC'),
+            "\r\n\t'",
+            "y",
+            "\xF0\x90\x80",
+            "\"",
+        };
+    }();
+    return texts;
+}
+
+Datum ExtremeDatum(Type type, unsigned i) {
+    using Limits32 = std::numeric_limits<int32_t>;
+    using Limits64 = std::numeric_limits<int64_t>;
+    using LimitsDouble = std::numeric_limits<double>;
+    switch (type) {
+        case Type::Int32:
+        case Type::Enum:
+            return Pick<int32_t>({Limits32::max(), Limits32::min() + 1, -1, 0, 1000000000,
+                                  Limits32::min(), 9999, -10},
+                                 i);
+        case Type::Int64:
+            return Pick<int64_t>({Limits64::max(), Limits64::min() + 1, -1, 0x100000000,
+                                  Limits64::min(), 281474976710655, 0, -1000000000000000000},
+                                 i);
+        case Type::Double:
+            return Pick<double>({0.0,
+                                 -0.0,
+                                 LimitsDouble::max(),
+                                 LimitsDouble::denorm_min(),
+                                 1234567.0,
+                                 -1e-5,
+                                 0.000123456789,
+                                 1.0 / 3.0,
+                                 1e100,
+                                 LimitsDouble::quiet_NaN(),
+                                 999999.5,
+                                 100000.0,
+                                 LimitsDouble::infinity(),
+                                 -LimitsDouble::infinity(),
+                                 -LimitsDouble::quiet_NaN(),
+                                 LimitsDouble::lowest(),
+                                 999999.4,
+                                 1e-308,
+                                 123456.5,
+                                 -2.5e10},
+                                i);
+        case Type::DateTime:
+            return DateTime{Pick<uint64_t>(
+                {0, TimeValue(0xFFFFFFFFFFFF, 0), TimeValue(0xFFFFFFFFFFFF, -840),
+                 TimeValue(kNoon, 840), TimeValue(1, -60), TimeValue(kNoon + 999, -330),
+                 TimeValue(kNoon, 210), TimeValue(kNoon, 32767), TimeValue(60000, 1),
+                 TimeValue(kNoon, -32767), TimeValue(59999, 1),
+                 // 2024-02-29 and the last instant of 2000.
+                 TimeValue(13353638400000ull + 3600000, -60), TimeValue(12622780799999ull, 0),
+                 TimeValue(kNoon, -900)},
+                i)};
+        case Type::AnsiText:
+            return Pick(NarrowTexts(), i);
+        case Type::WideText:
+            return Pick(WideTexts(), i);
+        case Type::Bool:
+            return i % 2 == 0;
+        case Type::Guid: {
+            TmxGuid ones;
+            ones = {0xFFFFFFFF, 0xFFFF, 0xFFFF, {255, 255, 255, 255, 255, 255, 255, 255}};
+            return Pick<TmxGuid>({TmxGuid{}, ones, kRestOfTime, {1, 0, 0, {0}}}, i);
+        }
+        case Type::NamedId:
+            return Pick<NamedId>({{0, Pick(WideTexts(), i), 5},
+                                  {Limits64::min(), u"least", 0},
+                                  {Limits64::max(), Pick(WideTexts(), i), 0},
+                                  {-1, u"", 1},
+                                  {0, u"", 3},
+                                  {1, Pick(WideTexts(), i), -2}},
+                                 i);
+        case Type::ObjectRef:
+            return Pick<ObjectRef>({{0, 0, Pick(WideTexts(), i)},
+                                    {Limits64::min(), Limits32::min(), u"least"},
+                                    {Limits64::max(), Limits32::max(), Pick(WideTexts(), i)},
+                                    {0, Limits32::min(), u""},
+                                    {0, -1, u""},
+                                    {-1, 0, u""},
+                                    {0, 5, Pick(WideTexts(), i)},
+                                    {Limits64::min() + 1, Limits32::min() + 1, u"\""}},
+                                   i);
+        case Type::GuidRef:
+            return Pick<GuidRef>({{TmxGuid{}, Pick(WideTexts(), i), 0},
+                                  {kRestOfTime, Pick(WideTexts(), i), ~0ull},
+                                  {kRestOfTime, u"", 1},
+                                  {NumberedGuid(i), u"", 2},
+                                  {NumberedGuid(i + 1), Pick(WideTexts(), i + 3), 0}},
+                                 i);
+        case Type::Rect:
+            return Pick<TmxRect>({{{32767, -32767, -1, 0}},
+                                  {{-32768, 0, 0, 0}},
+                                  {{1, 2, 3, -32768}},
+                                  {{0, 0, 640, 480}}},
+                                 i);
+        case Type::DataSet: {
+            DataSet many;
+            for (int16_t n = 0; n < 100; ++n) {
+                many.push_back({{n, static_cast<int16_t>(-n), 32767, -32767},
+                                Limits32::max() - n,
+                                Pick(WideTexts(), static_cast<unsigned>(n) % 4)});
+            }
+            return Pick<DataSet>(
+                {many,
+                 {{{1, 2, 3, 4}, Limits32::min(), u"it's"}, {{5, 6, 7, 8}, 9, u""}},
+                 {{{-32768, 0, 0, 0}, -1, u"x"}},
+                 {{{1, 2, 3, 4}, 5, u"a \"b\""}},
+                 {{{1, 2, 3, 4}, 5, u"''"}, {{1, 2, 3, 4}, 6, u", 1 2 3 4 5 'y"}},
+                 {{{1, 2, 3, 4}, 0, Pick(WideTexts(), i)}}},
+                i);
+        }
+    }
+    std::abort();
+}
+
+}  // namespace
+
+Values Typical(const ActionFacts& action, unsigned variant) {
+    Values values;
+    for (const ParameterFacts& parameter : action.parameters) {
+        values.push_back(
+            {TypicalDatum(parameter.type, static_cast<unsigned>(values.size()), variant)});
+    }
+    return values;
+}
+
+Values Extreme(const ActionFacts& action, unsigned variant) {
+    Values values;
+    for (const ParameterFacts& parameter : action.parameters) {
+        values.push_back(
+            {ExtremeDatum(parameter.type, static_cast<unsigned>(values.size()) + variant)});
+    }
+    return values;
+}
+
+Values Absent(const ActionFacts& action) {
+    Values values = Typical(action);
+    for (size_t i = 0; i < values.size(); ++i) {
+        const ParameterFacts& parameter = action.parameters[i];
+        if (parameter.optional || parameter.type == Type::AnsiText ||
+            parameter.type == Type::WideText) {
+            values[i].present = false;
+        }
+    }
+    return values;
+}
+
+Values Empty(const ActionFacts& action) {
+    Values values;
+    for (const ParameterFacts& parameter : action.parameters) {
+        values.push_back({ZeroOf(parameter.type)});
+    }
+    return values;
+}
+
+Values Mixed(const ActionFacts& action, unsigned variant) {
+    Values values = Typical(action, variant % 2);
+    unsigned bit = 0;
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (!action.parameters[i].optional) continue;
+        values[i].present = ((variant * 2654435761u) >> (bit++ % 30) & 1) != 0;
+    }
+    return values;
+}
+
+std::vector<NamedValues> AllSets(const ActionFacts& action) {
+    std::vector<NamedValues> sets;
+    sets.push_back({"typical", Typical(action)});
+    sets.push_back({"other typical", Typical(action, 1)});
+    sets.push_back({"absent", Absent(action)});
+    sets.push_back({"empty", Empty(action)});
+    for (unsigned variant = 1; variant < 7; ++variant) {
+        sets.push_back({"mixed " + std::to_string(variant), Mixed(action, variant)});
+    }
+    for (unsigned variant = 0; variant < kExtremeVariants; ++variant) {
+        sets.push_back({"extreme " + std::to_string(variant), Extreme(action, variant)});
+    }
+    return sets;
+}
+
+}  // namespace tmxtest

@@ -1,0 +1,86 @@
+// What the program asks of the operating system: files, pipes, terminals, signals and the clock.
+#ifndef TMXACT_SYSTEM_H
+#define TMXACT_SYSTEM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace tmxact {
+
+// A file that can't be opened, read, written or closed; what() names it and tells the reason.
+class SystemError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// The reader of our output has gone: no failure, but nothing is left to do.
+class BrokenPipe : public std::exception {};
+
+// The user (or the system) asked the program to end.
+class Interrupted : public std::exception {
+  public:
+    explicit Interrupted(int signal) noexcept : signal_(signal) {}
+    int Signal() const noexcept { return signal_; }
+
+  private:
+    int signal_;
+};
+
+// Owns an open file descriptor; the standard streams are borrowed, and not closed.
+class File {
+  public:
+    static File OpenForReading(const std::string& path);  // "-" is standard input
+    static File OpenForWriting(const std::string& path);  // "-" is standard output; truncates
+
+    File(File&& other) noexcept;
+    File& operator=(File&&) = delete;
+    ~File();
+
+    const std::string& Name() const noexcept { return name_; }
+
+    // Reads at most size bytes; 0 at the end. Calls beforeWait once if no byte is there yet.
+    // Throws Interrupted, also while it waits.
+    std::size_t Read(char* data, std::size_t size, const std::function<void()>& beforeWait);
+
+    // Writes everything. Throws BrokenPipe or SystemError.
+    void Write(const char* data, std::size_t size);
+
+    // Closes, and tells an error that came up only now (a full disk, a lost server).
+    void Close();
+
+    // The size, if this is a regular file.
+    std::optional<std::uint64_t> RegularSize() const;
+
+  private:
+    File(int descriptor, std::string name, bool owned) noexcept;
+    [[noreturn]] void Fail(const char* what) const;
+
+    int descriptor_;
+    std::string name_;
+    bool owned_;
+};
+
+// Whether both paths lead to the same regular file.
+bool SameRegularFile(const std::string& a, const std::string& b);
+
+bool StandardOutputIsTerminal();
+bool StandardErrorIsTerminal();
+// The columns of the terminal at standard error; 80 where it doesn't tell.
+unsigned TerminalColumns();
+
+// From now on a first SIGINT or SIGTERM is remembered, a second one ends the program at once;
+// SIGPIPE turns into BrokenPipe.
+void CatchSignals();
+// Throws Interrupted once a signal has come.
+void CheckSignals();
+
+// Seconds on a clock that never goes back.
+double MonotonicSeconds();
+
+}  // namespace tmxact
+
+#endif

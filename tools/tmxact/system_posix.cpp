@@ -1,0 +1,162 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <utility>
+
+#include "system.h"
+
+namespace tmxact {
+
+namespace {
+
+volatile std::sig_atomic_t pendingSignal = 0;
+// The handler writes a byte here, so that a wait for input ends whenever the signal comes.
+int wakePipe[2] = {-1, -1};
+
+void OnSignal(int signal) {
+    if (pendingSignal != 0) _exit(128 + signal);
+    pendingSignal = signal;
+    const int saved = errno;
+    const char byte = 0;
+    [[maybe_unused]] const ssize_t ignored = write(wakePipe[1], &byte, 1);
+    errno = saved;
+}
+
+}  // namespace
+
+File::File(int descriptor, std::string name, bool owned) noexcept
+    : descriptor_(descriptor), name_(std::move(name)), owned_(owned) {}
+
+File::File(File&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)),
+      name_(std::move(other.name_)),
+      owned_(other.owned_) {}
+
+File::~File() {
+    if (owned_ && descriptor_ >= 0) close(descriptor_);
+}
+
+void File::Fail(const char* what) const {
+    throw SystemError(name_ + ": " + what + ": " + std::strerror(errno));
+}
+
+File File::OpenForReading(const std::string& path) {
+    if (path == "-") return File(STDIN_FILENO, "standard input", false);
+    File file(open(path.c_str(), O_RDONLY | O_CLOEXEC), path, true);
+    if (file.descriptor_ < 0) file.Fail("can't open");
+    struct stat status;
+    if (fstat(file.descriptor_, &status) == 0 && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        file.Fail("can't read");
+    }
+    return file;
+}
+
+File File::OpenForWriting(const std::string& path) {
+    if (path == "-") return File(STDOUT_FILENO, "standard output", false);
+    File file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), path, true);
+    if (file.descriptor_ < 0) file.Fail("can't open for writing");
+    return file;
+}
+
+std::size_t File::Read(char* data, std::size_t size, const std::function<void()>& beforeWait) {
+    bool told = false;
+    for (;;) {
+        CheckSignals();
+        pollfd waited[2] = {{descriptor_, POLLIN, 0}, {wakePipe[0], POLLIN, 0}};
+        int ready = poll(waited, 2, 0);
+        if (ready == 0) {
+            if (!told) beforeWait();
+            told = true;
+            ready = poll(waited, 2, -1);
+        }
+        if (ready < 0 && errno != EINTR) Fail("can't wait for input");
+        CheckSignals();
+        if (ready < 0 || waited[0].revents == 0) continue;
+        const ssize_t got = read(descriptor_, data, size);
+        if (got >= 0) return static_cast<std::size_t>(got);
+        if (errno != EINTR && errno != EAGAIN) Fail("can't read");
+    }
+}
+
+void File::Write(const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t put = write(descriptor_, data, size);
+        if (put >= 0) {
+            data += put;
+            size -= static_cast<std::size_t>(put);
+        } else if (errno == EPIPE) {
+            throw BrokenPipe();
+        } else if (errno == EAGAIN) {
+            pollfd waited = {descriptor_, POLLOUT, 0};
+            poll(&waited, 1, -1);
+        } else if (errno != EINTR) {
+            Fail("can't write");
+        }
+    }
+}
+
+void File::Close() {
+    if (descriptor_ < 0) return;
+    const int result = close(std::exchange(descriptor_, -1));
+    if (result != 0 && errno != EINTR) Fail("can't write");
+}
+
+std::optional<std::uint64_t> File::RegularSize() const {
+    struct stat status;
+    if (fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+bool SameRegularFile(const std::string& a, const std::string& b) {
+    struct stat first;
+    struct stat second;
+    const auto look = [](const std::string& path, int standard, struct stat& status) {
+        return path == "-" ? fstat(standard, &status) : stat(path.c_str(), &status);
+    };
+    if (look(a, STDIN_FILENO, first) != 0 || look(b, STDOUT_FILENO, second) != 0) return false;
+    return S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+bool StandardOutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
+bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+unsigned TerminalColumns() {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
+    return size.ws_col;
+}
+
+void CatchSignals() {
+    if (pipe2(wakePipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        throw SystemError(std::string("can't make a pipe: ") + std::strerror(errno));
+    struct sigaction action = {};
+    sigemptyset(&action.sa_mask);
+    action.sa_handler = OnSignal;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        // A signal that was ignored for us (nohup, a shell's background job) stays ignored.
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
+        sigaction(signal, &action, nullptr);
+    }
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+void CheckSignals() {
+    if (pendingSignal != 0) throw Interrupted(pendingSignal);
+}
+
+double MonotonicSeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+}  // namespace tmxact
