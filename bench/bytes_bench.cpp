@@ -8,7 +8,8 @@
 //   Serialise         from a filled object to bytes (StoreBinary)
 //   Parse             from bytes to a plain struct with every field (ReadBinaryDecodeClose); texts
 //                     stay views into the contender's memory
-//   Clone, Equal      as they say
+//   Clone, Equal      of filled objects (CloneClose, Equal)
+//   CloneBytes        a copy of finished bytes that can be read in place (CloneClose)
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -64,7 +65,7 @@ void RequireValuesBack(const char* contender) {
 template <class W>
 using ValuesOf = typename W::Values;
 
-constexpr std::size_t kBufferSize = 4096;
+[[maybe_unused]] constexpr std::size_t kBufferSize = 4096;
 
 #ifdef TMXACTIONS_BENCH_PROTOBUF
 namespace protobuf {
@@ -612,7 +613,7 @@ void Register() {
     RegisterOperation<Serialise>("Serialise", "FlatBuffers");
     RegisterOperation<Parse>("Parse", "FlatBuffers");
     RegisterOperation<CloneObject>("Clone", "FlatBuffers");
-    RegisterOperation<CloneBuffer>("Clone", "FlatBuffersBytes");
+    RegisterOperation<CloneBuffer>("CloneBytes", "FlatBuffers");
     RegisterOperation<Equal>("Equal", "FlatBuffers");
 }
 

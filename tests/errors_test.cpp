@@ -1,4 +1,5 @@
-// The last-error record: who fills it, who clears it, how long its texts stay, and what the texts say.
+// The last-error record: who fills it, who clears it, how long its texts stay, and what the texts
+// say.
 #include <thread>
 
 #include "support/edge_support.h"
@@ -88,9 +89,9 @@ TEST_F(ErrorsTest, ANullResultWithoutAFailureClearsTheError) {
     const Handle handle(TmxAct_CreateABCDisconnect());
     failWithWrongDecode(handle.get());
     ASSERT_NE(lastError(), std::nullopt);
-    EXPECT_EQ(TmxAct_CreateFromTextBufferA("NoSuchAction ()", TMX_MEASURE_LENGTH, kAny, false,
-                                           nullptr),
-              nullptr);
+    EXPECT_EQ(
+        TmxAct_CreateFromTextBufferA("NoSuchAction ()", TMX_MEASURE_LENGTH, kAny, false, nullptr),
+        nullptr);
     EXPECT_TRUE(recordUntouched());
 
     failWithWrongDecode(handle.get());
@@ -178,8 +179,8 @@ TEST_F(ErrorsTest, ALongMessageIsCutAt1023CharactersInBothForms) {
     const std::string text(1100, 'x');
     const std::string expected = ("Conversion of guid '" + text).substr(0, 1023);
     for (const bool wide : {false, true}) {
-        const Handle handle = wide ? readW(widen(guidAction(text))).handle
-                                   : readA(guidAction(text)).handle;
+        const Handle handle =
+            wide ? readW(widen(guidAction(text))).handle : readA(guidAction(text)).handle;
         EXPECT_FALSE(handle);
         TmxErrorInfo info;
         ASSERT_TRUE(TmxAct_GetLastError(&info));
@@ -239,8 +240,8 @@ TEST_F(ErrorsTest, ADateTimeBelow1601LocalIsASystemError) {
     const TmxDateTime date = instant(0, 1);
     const Handle handle(TmxAct_CreateSetClock(&date));
     char buffer[100];
-    EXPECT_FALSE(TmxAct_StoreToTextBufferA(handle.get(), buffer, sizeof buffer, false, false,
-                                           nullptr));
+    EXPECT_FALSE(
+        TmxAct_StoreToTextBufferA(handle.get(), buffer, sizeof buffer, false, false, nullptr));
     EXPECT_EQ(lastError(), noCalendarDate());
 }
 

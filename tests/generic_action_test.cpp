@@ -112,11 +112,9 @@ TEST_F(GenericActionTest, StoringItAsTextSucceedsAndWritesNothing) {
         EXPECT_EQ(written, 0u);
         EXPECT_EQ(WText(wide, 2), W(u"ab"));
         written = 99;
-        EXPECT_TRUE(
-            TmxAct_StoreToTextBufferA(handle.get(), nullptr, 0, display, false, &written));
+        EXPECT_TRUE(TmxAct_StoreToTextBufferA(handle.get(), nullptr, 0, display, false, &written));
         EXPECT_EQ(written, 0u);
-        EXPECT_TRUE(
-            TmxAct_StoreToTextBufferW(handle.get(), nullptr, 0, display, false, nullptr));
+        EXPECT_TRUE(TmxAct_StoreToTextBufferW(handle.get(), nullptr, 0, display, false, nullptr));
         EXPECT_EQ(lastError(), std::nullopt);
     }
 }

@@ -237,25 +237,6 @@ TEST_F(MessageTest, TheIndexOfABCConnectIsZero) {
     EXPECT_EQ(index, 0u);
 }
 
-TEST_F(MessageTest, ATemplateHasMessageClassTwoAndTheCodeOfItsAction) {
-    const Read match = read("@ABCDisconnect ()");
-    ASSERT_TRUE(match.handle);
-    uint32_t number = 0;
-    EXPECT_TRUE(TmxAct_GetMessageClass(match.handle.get(), &number));
-    EXPECT_EQ(number, 2u);
-    EXPECT_TRUE(TmxAct_GetActionCode(match.handle.get(), &number));
-    EXPECT_EQ(number, 22u);
-}
-
-TEST_F(MessageTest, AnActionAndATemplateOfTheSameCodeDiffer) {
-    const Handle action(TmxAct_CreateABCDisconnect());
-    const Handle match = read("@ABCDisconnect ()").handle;
-    ASSERT_TRUE(match);
-    EXPECT_FALSE(equal(action, match));
-    EXPECT_FALSE(equal(match, action));
-    EXPECT_TRUE(equal(match, match));
-}
-
 TEST_F(MessageTest, AnActionEqualsItself) {
     const Handle handle = cameraOn(1, 2, u"x");
     EXPECT_TRUE(equal(handle, handle));
@@ -318,7 +299,8 @@ TEST_F(MessageTest, NamedIdsCompareTheIdElseTheNameAndNeverTheNumber) {
 
 TEST_F(MessageTest, GuidRefsCompareTheGuidElseTheName) {
     const TmxGuid nil{};
-    EXPECT_TRUE(equal(startAutoBackup(countingGuid(), u"a"), startAutoBackup(countingGuid(), u"b")));
+    EXPECT_TRUE(
+        equal(startAutoBackup(countingGuid(), u"a"), startAutoBackup(countingGuid(), u"b")));
     EXPECT_FALSE(
         equal(startAutoBackup(countingGuid(), u"a"), startAutoBackup(restOfTimeGuid(), u"a")));
     EXPECT_FALSE(equal(startAutoBackup(countingGuid(), u"a"), startAutoBackup(nil, u"a")));
@@ -372,8 +354,8 @@ TEST_F(MessageTest, RectanglesCompareWordByWord) {
     const TmxObjectRef channel = ref(0, 5);
     const TmxRect rect{{1, 2, 3, 4}};
     const auto make = [&](const TmxRect* area) {
-        return Handle(TmxAct_CreateSentaraZMXAlarm(&channel, nullptr, nullptr, nullptr, nullptr,
-                                                   area));
+        return Handle(
+            TmxAct_CreateSentaraZMXAlarm(&channel, nullptr, nullptr, nullptr, nullptr, area));
     };
     const Handle a = make(&rect);
     EXPECT_TRUE(equal(a, make(&rect)));
@@ -403,8 +385,8 @@ TEST_F(MessageTest, OptionalParametersCompareTheirPresenceFirst) {
                        taken("IPSwitchOperation (0, \"p\", Param: 0)")));
     EXPECT_TRUE(equal(taken("IPSwitchOperation (0, \"p\", Param: 1)"),
                       taken("IPSwitchOperation (0, \"P\", Param: 1)")));
-    EXPECT_FALSE(equal(taken("LPSQueryPosition (1, ScannerID: \"\")"),
-                       taken("LPSQueryPosition (1)")));
+    EXPECT_FALSE(
+        equal(taken("LPSQueryPosition (1, ScannerID: \"\")"), taken("LPSQueryPosition (1)")));
 }
 
 TEST_F(MessageTest, AbsentDatesAreEqualWhateverTheTimeOfTheirMaking) {
@@ -431,8 +413,7 @@ TEST_F(MessageTest, DataSetsCompareCountEntriesAndNamesWithCase) {
     EXPECT_FALSE(equal(a, taken(start + "{ 1, 0, 3, 4, 7, \"x\" }})")));
     EXPECT_FALSE(equal(a, taken(start + "{ 1, 2, 0, 4, 7, \"x\" }})")));
     EXPECT_FALSE(equal(a, taken(start + "{ 1, 2, 3, 0, 7, \"x\" }})")));
-    EXPECT_FALSE(
-        equal(a, taken(start + "{ 1, 2, 3, 4, 7, \"x\" }, { 1, 2, 3, 4, 7, \"x\" }})")));
+    EXPECT_FALSE(equal(a, taken(start + "{ 1, 2, 3, 4, 7, \"x\" }, { 1, 2, 3, 4, 7, \"x\" }})")));
 }
 
 TEST_F(MessageTest, TheFirstInequalityOfSeveralParametersDecides) {

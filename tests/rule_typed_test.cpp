@@ -69,12 +69,12 @@ TEST_F(TypedRule, CreateCopiesEveryText) {
             Values values = Typical(action, 1);
             handle = Handle(Create(action, values));
             for (Value& value : values) {
-                if (auto* text = std::get_if<std::u16string>(&value.data)) text->assign(30, u'!');
+                if (auto* text = std::get_if<WideString>(&value.data)) text->assign(30, TMX_W('!'));
                 if (auto* text = std::get_if<std::string>(&value.data)) text->assign(30, '!');
-                if (auto* object = std::get_if<ObjectRef>(&value.data)) object->name = u"!";
-                if (auto* object = std::get_if<NamedId>(&value.data)) object->name = u"!";
-                if (auto* object = std::get_if<GuidRef>(&value.data)) object->name = u"!";
-                if (auto* set = std::get_if<DataSet>(&value.data)) (*set)[0].name = u"!";
+                if (auto* object = std::get_if<ObjectRef>(&value.data)) object->name = TMX_W("!");
+                if (auto* object = std::get_if<NamedId>(&value.data)) object->name = TMX_W("!");
+                if (auto* object = std::get_if<GuidRef>(&value.data)) object->name = TMX_W("!");
+                if (auto* set = std::get_if<DataSet>(&value.data)) (*set)[0].name = TMX_W("!");
             }
         }
         Values decoded;
@@ -103,7 +103,7 @@ TEST_F(TypedRule, WrongDecodeFailsAndTouchesNothing) {
             EXPECT_EQ(info.subcode, 3u);
             EXPECT_STREQ(info.exceptionClass, "class TmxPLC::TmxPLCException");
             EXPECT_STREQ(info.message, "Wrong decode method");
-            EXPECT_EQ(std::u16string(info.messageW), u"Wrong decode method");
+            EXPECT_EQ(WideString(info.messageW), TMX_W("Wrong decode method"));
             EXPECT_STREQ(info.details, "");
             if (TooManyFailures()) return;
         }
@@ -140,11 +140,11 @@ TEST_F(TypedRule, ObjectTellsItsFacts) {
         EXPECT_TRUE(TmxAct_GetActionNameA(handle.get(), &name));
         EXPECT_EQ(name, action.name);
         EXPECT_TRUE(TmxAct_GetActionNameW(handle.get(), &nameW));
-        EXPECT_EQ(std::u16string(nameW), std::u16string(action.name.begin(), action.name.end()));
+        EXPECT_EQ(WideString(nameW), WideString(action.name.begin(), action.name.end()));
         EXPECT_TRUE(TmxAct_GetActionPlainNameA(handle.get(), &name));
         EXPECT_STREQ(name, info.plainName);
         EXPECT_TRUE(TmxAct_GetActionPlainNameW(handle.get(), &nameW));
-        EXPECT_EQ(std::u16string(nameW), std::u16string(info.plainNameW));
+        EXPECT_EQ(WideString(nameW), WideString(info.plainNameW));
         EXPECT_FALSE(HasError());
     }
 }
@@ -174,7 +174,7 @@ TEST_F(TypedRule, CloneHasTheParametersAlone) {
             Handle original(Create(action, set.values));
             TmxAct_SetMessageFlags(original.get(), 5);
             TmxAct_SetInternalData(original.get(), 7);
-            TmxAct_SetProperty(original.get(), u"name", u"value");
+            TmxAct_SetProperty(original.get(), TMX_W("name"), TMX_W("value"));
             TmxHandle cloned = nullptr;
             ASSERT_TRUE(TmxAct_CloneHandle(original.get(), &cloned)) << action.name;
             const Handle clone(cloned);
@@ -191,7 +191,7 @@ TEST_F(TypedRule, CloneHasTheParametersAlone) {
             EXPECT_TRUE(TmxAct_GetInternalData(clone.get(), &data));
             EXPECT_EQ(data, 0u);
             EXPECT_TRUE(TmxAct_GetProperties(clone.get(), &properties));
-            EXPECT_EQ(std::u16string(properties), u"<properties />");
+            EXPECT_EQ(WideString(properties), TMX_W("<properties />"));
             bool equal = false;
             EXPECT_TRUE(TmxAct_Equal(original.get(), clone.get(), &equal));
             EXPECT_EQ(equal, EqualByRule(action, set.values, set.values))
@@ -232,20 +232,21 @@ TEST_F(TypedRule, ReferencesAreCounted) {
 // The plain pair of four actions covers their first parameters alone.
 
 TEST_F(TypedRule, PlainPairOfStartEvent) {
-    const TmxObjectRef type = {17, u"Main", 3, 0};
+    const TmxObjectRef type = {17, TMX_W("Main"), 3, 0};
     const Handle handle(TmxAct_CreateStartEvent(&type));
     ASSERT_TRUE(handle);
     Values decoded;
     const ActionFacts& action = ActionByName("StartEvent");
     ASSERT_TRUE(Decode(action, handle.get(), &decoded));
-    EXPECT_EQ(Differences(action, {{NamedId{17, u"Main", 3}}, {int64_t{0}, false}}, decoded), "");
+    EXPECT_EQ(Differences(action, {{NamedId{17, TMX_W("Main"), 3}}, {int64_t{0}, false}}, decoded),
+              "");
     TmxObjectRef out{};
     EXPECT_TRUE(TmxAct_DecodeStartEvent(handle.get(), &out));
     EXPECT_EQ(out.id, 17);
-    EXPECT_EQ(std::u16string(out.name), u"Main");
+    EXPECT_EQ(WideString(out.name), TMX_W("Main"));
     const Handle full(Create(action, Typical(action)));
     EXPECT_TRUE(TmxAct_DecodeStartEvent(full.get(), &out));
-    EXPECT_EQ(std::u16string(out.name), std::get<NamedId>(Typical(action)[0].data).name);
+    EXPECT_EQ(WideString(out.name), std::get<NamedId>(Typical(action)[0].data).name);
     const Handle other(TmxAct_CreateABCDisconnect());
     EXPECT_FALSE(TmxAct_DecodeStartEvent(other.get(), &out));
     EXPECT_EQ(LastError(), "1008/3 Wrong decode method");
@@ -253,15 +254,15 @@ TEST_F(TypedRule, PlainPairOfStartEvent) {
 
 TEST_F(TypedRule, PlainPairOfEventStarted) {
     const int64_t event = 4711;
-    const TmxObjectRef type = {17, u"Main", 0, 0};
+    const TmxObjectRef type = {17, TMX_W("Main"), 0, 0};
     const Handle handle(TmxAct_CreateEventStarted(&event, &type));
     ASSERT_TRUE(handle);
     Values decoded;
     const ActionFacts& action = ActionByName("EventStarted");
     ASSERT_TRUE(Decode(action, handle.get(), &decoded));
-    EXPECT_EQ(
-        Differences(action, {{event}, {NamedId{17, u"Main", 0}}, {int64_t{0}, false}}, decoded),
-        "");
+    EXPECT_EQ(Differences(action, {{event}, {NamedId{17, TMX_W("Main"), 0}}, {int64_t{0}, false}},
+                          decoded),
+              "");
     int64_t outEvent = 0;
     TmxObjectRef outType{};
     EXPECT_TRUE(TmxAct_DecodeEventStarted(handle.get(), &outEvent, &outType));
@@ -276,7 +277,7 @@ template <typename CreateFunction, typename DecodeFunction>
 void CheckPlainSensorPair(const char* name, CreateFunction create, DecodeFunction decode) {
     const ActionFacts& action = ActionByName(name);
     ASSERT_EQ(action.parameters.size(), 9u);
-    const TmxObjectRef channel = {1234, u"Gate", 5, 0};
+    const TmxObjectRef channel = {1234, TMX_W("Gate"), 5, 0};
     const int32_t area = 1;
     const int32_t group = 3;
     const TmxHandle made = create(&channel, 2, &area, nullptr, &group, nullptr);
@@ -286,7 +287,7 @@ void CheckPlainSensorPair(const char* name, CreateFunction create, DecodeFunctio
     ASSERT_TRUE(Decode(action, handle.get(), &decoded));
     Values expected = Empty(action);
     for (Value& value : expected) value.present = false;
-    expected[0] = {ObjectRef{1234, 5, u"Gate"}};
+    expected[0] = {ObjectRef{1234, 5, TMX_W("Gate")}};
     expected[1] = {int32_t{2}};
     expected[2] = {area};
     expected[4] = {group};

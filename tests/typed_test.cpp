@@ -1,4 +1,6 @@
 // The typed functions: null and empty texts, absent parameters, copies, and wrong decodes.
+#include <limits>
+
 #include "support/edge_support.h"
 
 namespace edge {
@@ -63,8 +65,7 @@ TEST_F(TypedTest, AnOptionalNarrowTextFollowsTheSameRule) {
     int32_t message = 0;
     const TmxWChar* description = nullptr;
     const char* xml = "before";
-    EXPECT_TRUE(
-        TmxAct_DecodeSystemInfo(absent.get(), &source, &message, &description, &xml));
+    EXPECT_TRUE(TmxAct_DecodeSystemInfo(absent.get(), &source, &message, &description, &xml));
     EXPECT_EQ(xml, nullptr);
     EXPECT_TRUE(TmxAct_DecodeSystemInfo(empty.get(), &source, &message, &description, &xml));
     ASSERT_NE(xml, nullptr);
@@ -195,9 +196,9 @@ TEST_F(TypedTest, SetupChangedHandsOutTextsAndNulls) {
     const int32_t other = 5;
     const int32_t* clientType = &other;
     const TmxWChar* clientAccount = user.c_str();
-    EXPECT_TRUE(TmxAct_DecodeSetupChanged(handle.get(), &outUser, &outHost, &outDate,
-                                          &resourceKind, &outResource, &changeKind, &outDetails,
-                                          &clientHost, &clientType, &clientAccount));
+    EXPECT_TRUE(TmxAct_DecodeSetupChanged(handle.get(), &outUser, &outHost, &outDate, &resourceKind,
+                                          &outResource, &changeKind, &outDetails, &clientHost,
+                                          &clientType, &clientAccount));
     EXPECT_EQ(WText(outUser), user);
     ASSERT_NE(outHost, nullptr);
     EXPECT_EQ(WText(outHost), WText());
@@ -409,8 +410,8 @@ struct VideoResult {
 
 TEST_F(TypedTest, VideoResultCopiesItsDataSet) {
     WText name = W(kLongW);
-    TmxDataSetEntry entries[2] = {{{1, -2, 3, -4}, 7, 0, name.c_str()}, {{5, 6, 7, 8}, -9, 0,
-                                                                         nullptr}};
+    TmxDataSetEntry entries[2] = {{{1, -2, 3, -4}, 7, 0, name.c_str()},
+                                  {{5, 6, 7, 8}, -9, 0, nullptr}};
     VideoResult in;
     in.channel = ref(0, 5);
     in.set = TmxDataSet{entries, 2};

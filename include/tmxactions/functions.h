@@ -233,8 +233,8 @@ TMXACT_API bool TmxAct_GetActionPlainNameW(TmxHandle handle, const TmxWChar** na
  * utf8: narrow text is UTF-8 instead of the ANSI code page.
  * written: out, may be null: the characters that the whole text takes, terminating zero included,
  *     also where the buffer was too small. 0 for a generic action, which has no text.
- * Returns: true; false if the buffer is too small ("buffer too small"; the buffer may hold a part of
- *     the text, without a zero), or if a date-time has no calendar date. */
+ * Returns: true; false if the buffer is too small ("buffer too small"; the buffer may hold a part
+ * of the text, without a zero), or if a date-time has no calendar date. */
 TMXACT_API bool TmxAct_StoreToTextBufferA(TmxHandle handle, char* buffer, uint32_t size,
                                           bool display, bool utf8, uint32_t* written);
 TMXACT_API bool TmxAct_StoreToTextBufferW(TmxHandle handle, TmxWChar* buffer, uint32_t size,
@@ -330,8 +330,7 @@ TMXACT_API bool TmxAct_SetProperty(TmxHandle handle, const TmxWChar* name, const
 /* Tells a property's value; the empty text if there is none.
  * value: out, stays until the property is changed or removed, or the object ends.
  * Returns: true. */
-TMXACT_API bool TmxAct_GetProperty(TmxHandle handle, const TmxWChar* name,
-                                   const TmxWChar** value);
+TMXACT_API bool TmxAct_GetProperty(TmxHandle handle, const TmxWChar* name, const TmxWChar** value);
 
 /* Tells all properties as an XML-like text.
  * text: out, stays until the next call on the object, or until the object ends.

@@ -3,9 +3,9 @@
  *
  * Plain C (C99 and later) and C++. What holds for every record and every function:
  *
- *  - Wide text is UTF-16 in 16-bit units, zero-terminated (TmxWChar). Narrow text is zero-terminated
- *    and in the ANSI code page (windows-1252 where the system has none), unless a field or an
- *    argument says UTF-8.
+ *  - Wide text is UTF-16 in 16-bit units, zero-terminated (TmxWChar). Narrow text is
+ * zero-terminated and in the ANSI code page (windows-1252 where the system has none), unless a
+ * field or an argument says UTF-8.
  *  - A handle that a Create, Clone or CreateFrom function returns owns one reference and is given
  *    back with TmxAct_CloseHandle. Every text or record pointer that a Get or Decode function hands
  *    out belongs to the object (or to the catalogue) and lives as long as that. The caller frees
@@ -75,19 +75,19 @@ typedef TmxMessage* TmxHandle;
 
 /* The numbers in TmxErrorInfo::code. */
 enum TmxErrorCode {
-    TmxErrorCode_Other = 0,         /* standard-library failure, bad GUID text, bad format string */
-    TmxErrorCode_System = 2,        /* a failed system call; subcode is the system's number */
-    TmxErrorCode_DateTime = 5,      /* subcode is a TmxDateTimeError */
-    TmxErrorCode_Actions = 1008     /* subcode is a TmxActionsError */
+    TmxErrorCode_Other = 0,     /* standard-library failure, bad GUID text, bad format string */
+    TmxErrorCode_System = 2,    /* a failed system call; subcode is the system's number */
+    TmxErrorCode_DateTime = 5,  /* subcode is a TmxDateTimeError */
+    TmxErrorCode_Actions = 1008 /* subcode is a TmxActionsError */
 };
 /* code of a failure of unknown kind. */
 #define TMX_ERROR_CODE_UNKNOWN 0xffffffffu
 
 /* subcode where code is TmxErrorCode_Actions. */
 enum TmxActionsError {
-    TmxActionsError_WrongDecodeMethod = 3,  /* "Wrong decode method" */
-    TmxActionsError_BufferTooSmall = 7,     /* "buffer too small" */
-    TmxActionsError_WrongStructureSize = 8  /* "Wrong structure size" */
+    TmxActionsError_WrongDecodeMethod = 3, /* "Wrong decode method" */
+    TmxActionsError_BufferTooSmall = 7,    /* "buffer too small" */
+    TmxActionsError_WrongStructureSize = 8 /* "Wrong structure size" */
 };
 
 /* subcode where code is TmxErrorCode_DateTime. */
@@ -140,25 +140,25 @@ typedef struct TmxRect {
 /* A system object known by an id, by a number or by a name; also a type or resource known by id or
  * name (parameters of the type NamedId, which keep number but never look at it). */
 typedef struct TmxObjectRef {
-    int64_t id;            /* global identifier, 0 if not set */
-    const TmxWChar* name;  /* null on input reads as empty; never null on output */
-    int32_t number;        /* local number, 0 if not set */
-    int32_t padding;       /* not looked at */
+    int64_t id;           /* global identifier, 0 if not set */
+    const TmxWChar* name; /* null on input reads as empty; never null on output */
+    int32_t number;       /* local number, 0 if not set */
+    int32_t padding;      /* not looked at */
 } TmxObjectRef;
 
 /* A set or destination known by a GUID and a name. */
 typedef struct TmxGuidRef {
-    TmxGuid guid;          /* all zero if not set */
-    const TmxWChar* name;  /* null on input reads as empty; never null on output */
-    uint64_t reserved;     /* copied along, read by nothing */
+    TmxGuid guid;         /* all zero if not set */
+    const TmxWChar* name; /* null on input reads as empty; never null on output */
+    uint64_t reserved;    /* copied along, read by nothing */
 } TmxGuidRef;
 
 /* One entry of a data set. */
 typedef struct TmxDataSetEntry {
     int16_t words[4];
     int32_t number;
-    int32_t padding;       /* not looked at */
-    const TmxWChar* name;  /* null on input reads as empty; never null on output */
+    int32_t padding;      /* not looked at */
+    const TmxWChar* name; /* null on input reads as empty; never null on output */
 } TmxDataSetEntry;
 
 /* A list of entries; items may be null where count is 0. */
@@ -172,46 +172,46 @@ typedef struct TmxDataSet {
 typedef struct TmxActionInfo {
     uint32_t classId;
     uint32_t code;
-    uint32_t reserved;  /* 0 */
+    uint32_t reserved; /* 0 */
     uint32_t parameterCount;
     const char* name;
     const TmxWChar* nameW;
-    const char* plainName;    /* ANSI */
-    const char* plainNameU8;  /* UTF-8 */
+    const char* plainName;   /* ANSI */
+    const char* plainNameU8; /* UTF-8 */
     const TmxWChar* plainNameW;
-    const char* description;    /* ANSI */
-    const char* descriptionU8;  /* UTF-8 */
+    const char* description;   /* ANSI */
+    const char* descriptionU8; /* UTF-8 */
     const TmxWChar* descriptionW;
 } TmxActionInfo;
 
 /* The catalogue's facts of one parameter (also of one event field, and of the description). */
 typedef struct TmxParameterInfo {
-    uint32_t type;   /* TmxParamType; 10 to 99 is the id of an enumeration */
-    uint32_t kind;   /* TmxParamKind */
-    uint32_t extra;  /* passed through; 0 in all but a few parameters */
-    uint32_t count;  /* left as it was, but for TmxAct_GetEventDescriptionInfo */
+    uint32_t type;  /* TmxParamType; 10 to 99 is the id of an enumeration */
+    uint32_t kind;  /* TmxParamKind */
+    uint32_t extra; /* passed through; 0 in all but a few parameters */
+    uint32_t count; /* left as it was, but for TmxAct_GetEventDescriptionInfo */
     const char* name;
     const TmxWChar* nameW;
-    const char* plainName;    /* ANSI */
-    const char* plainNameU8;  /* UTF-8 */
+    const char* plainName;   /* ANSI */
+    const char* plainNameU8; /* UTF-8 */
     const TmxWChar* plainNameW;
-    const char* description;    /* ANSI */
-    const char* descriptionU8;  /* UTF-8 */
+    const char* description;   /* ANSI */
+    const char* descriptionU8; /* UTF-8 */
     const TmxWChar* descriptionW;
 } TmxParameterInfo;
 
 /* The catalogue's facts of one action class. */
 typedef struct TmxActionClassInfo {
     uint32_t classId;
-    uint32_t padding;  /* left untouched */
+    uint32_t padding; /* left untouched */
     const char* name;
     const TmxWChar* nameW;
-    uint64_t reserved;        /* left untouched */
-    const char* plainName;    /* ANSI */
-    const char* plainNameU8;  /* UTF-8 */
+    uint64_t reserved;       /* left untouched */
+    const char* plainName;   /* ANSI */
+    const char* plainNameU8; /* UTF-8 */
     const TmxWChar* plainNameW;
-    const char* description;    /* ANSI */
-    const char* descriptionU8;  /* UTF-8 */
+    const char* description;   /* ANSI */
+    const char* descriptionU8; /* UTF-8 */
     const TmxWChar* descriptionW;
 } TmxActionClassInfo;
 
@@ -221,10 +221,10 @@ typedef struct TmxEnumValueInfo {
     uint32_t value;
     const char* name;
     const TmxWChar* nameW;
-    const char* plainName;    /* ANSI */
-    const char* plainNameU8;  /* UTF-8 */
+    const char* plainName;   /* ANSI */
+    const char* plainNameU8; /* UTF-8 */
     const TmxWChar* plainNameW;
-    uint64_t reserved;  /* left untouched */
+    uint64_t reserved; /* left untouched */
 } TmxEnumValueInfo;
 
 #if defined(__cplusplus)

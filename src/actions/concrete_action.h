@@ -1,6 +1,6 @@
 // The rule that turns a row of the catalogue into a class: every operation of an action, written
-// once over its list of parameters. The build makes for each row a class that holds the members, and
-// the list (ActionFacts); all that follows is straight-line code known at compile time.
+// once over its list of parameters. The build makes for each row a class that holds the members,
+// and the list (ActionFacts); all that follows is straight-line code known at compile time.
 #pragma once
 
 #include <new>
@@ -22,9 +22,7 @@ struct FlatArguments {};
 
 /// A parameter from its flat argument: a value by value, all else by a pointer.
 template <class T>
-inline void SetFromFlat(T& parameter, T argument) noexcept
-    requires std::is_arithmetic_v<T>
-{
+inline void SetFromFlat(T& parameter, T argument) noexcept requires std::is_arithmetic_v<T> {
     parameter = argument;
 }
 template <class T, class Flat>
@@ -77,6 +75,7 @@ class ConcreteAction : public CTmxAction {
     /// The class's descriptor; RegisterAction fills it at load.
     inline static constinit Descriptor descriptor{};
 
+    std::uint32_t Release() noexcept final { return this->ReleaseFrom(Self()); }
     const Descriptor& GetInfo() const noexcept final { return descriptor; }
 
     CTmxMessage* Clone() const final { return new (std::nothrow) Action(Self()); }
@@ -85,10 +84,10 @@ class ConcreteAction : public CTmxAction {
     bool StoreToTextA(TextWriter<char>& writer) const final { return StoreToText(writer); }
 
     bool StoreToBin(BinOutput& output) const final {
-        BinOutput local = output;
-        StoreHeader(local, descriptor);
-        ForEachField<Action>([&]<class Field>(const Name&) { StoreValue(local, Field::In(Self())); });
-        output = local;
+        BinOutput stored = StoreHeader(output, descriptor);
+        ForEachField<Action>(
+            [&]<class Field>(const Name&) { stored = StoreValue(stored, Field::In(Self())); });
+        output = stored;
         return output.remaining >= 0;
     }
 
@@ -124,7 +123,8 @@ class ConcreteAction : public CTmxAction {
         return Routing::Find<Routing::ForeignKey, std::int64_t>(Self());
     }
     std::int32_t GetGenericInt32Parameter() const noexcept final {
-        const std::int32_t* number = Routing::Find<Routing::GenericInt32, const std::int32_t>(Self());
+        const std::int32_t* number =
+            Routing::Find<Routing::GenericInt32, const std::int32_t>(Self());
         return number != nullptr ? *number : 0;
     }
 
@@ -189,8 +189,10 @@ class ConcreteAction : public CTmxAction {
         return scanner.Healthy();
     }
     bool Read(BinInput& input) {
+        BinInput local = input;
         ForEachField<Action>(
-            [&]<class Field>(const Name&) { LoadValue(input, Field::In(Self())); });
+            [&]<class Field>(const Name&) { LoadValue(local, Field::In(Self())); });
+        input = local;
         return input.failure == 0;
     }
 
@@ -200,9 +202,10 @@ class ConcreteAction : public CTmxAction {
     }
     template <typename Char, class T>
     static void ReadField(TextScanner<Char>& scanner, Optional<T>& parameter, const Name& name) {
-        parameter.present = scanner.ScanParamStart(name.In<Char>(), name.length);
+        bool opened = false;
+        parameter.present = scanner.ScanOptionalStart(name.In<Char>(), name.length, opened);
         if (!parameter.present) return SetUnread(parameter.value);
-        if (scanner.ScanParamStart()) ReadValue(scanner, parameter.value);
+        if (opened) ReadValue(scanner, parameter.value);
     }
 
     template <typename Char>

@@ -11,9 +11,8 @@ template <class Field, std::uint32_t... Kinds>
 inline constexpr bool kOfKind = Field::kRole == Role::OfKind && ((Field::kKind == Kinds) || ...);
 
 template <class Field>
-struct VideoInput
-    : std::bool_constant<Field::kRole == Role::VideoInput ||
-                         kOfKind<Field, KindVideoChannel, KindCamera>> {};
+struct VideoInput : std::bool_constant<Field::kRole == Role::VideoInput ||
+                                       kOfKind<Field, KindVideoChannel, KindCamera>> {};
 template <class Field>
 struct VideoOutput : std::bool_constant<kOfKind<Field, KindViewer>> {};
 template <class Field>
@@ -30,13 +29,12 @@ struct GuidReference
     : std::bool_constant<kOfKind<Field, KindSchedule, KindBackupDestination, KindTimeRange>> {};
 template <class Field>
 struct ChannelGuidReference
-    : std::bool_constant<kOfKind<Field, KindADParameterSet, KindVMDParameterSet,
-                                 KindCPAParameterSet, KindPathwiseParameterSet,
-                                 KindSentaraParameterSet>> {};
+    : std::bool_constant<
+          kOfKind<Field, KindADParameterSet, KindVMDParameterSet, KindCPAParameterSet,
+                  KindPathwiseParameterSet, KindSentaraParameterSet>> {};
 /// An optional number never answers, nor does an enumeration.
 template <class Field>
-struct GenericInt32
-    : std::bool_constant<Field::kType == ParamInt32 && !Field::kOptional> {};
+struct GenericInt32 : std::bool_constant<Field::kType == ParamInt32 && !Field::kOptional> {};
 
 /// The value that answers, or null: the class has none, or it is an absent optional one.
 template <template <class> class Rule, class Value, class Action>

@@ -32,14 +32,12 @@ Zinc::WideString ReadWideString(BinInput& input) {
 
 }  // namespace
 
-bool StorePropertyBlock(BinOutput& output, const Properties& properties) {
+BinOutput StorePropertyBlock(BinOutput output, const Properties& properties) {
     const Properties::Map& all = properties.All();
-    output.Write(kPropertyBlockMarker).Write(static_cast<std::int32_t>(all.size()));
-    for (const auto& [name, value] : all) {
-        output.WriteText(name.c_str(), name.size());
-        output.WriteText(value.c_str(), value.size());
-    }
-    return output.remaining >= 0;
+    output = output.Write(kPropertyBlockMarker).Write(static_cast<std::int32_t>(all.size()));
+    for (const auto& [name, value] : all)
+        output = output.WriteText(name.c_str(), name.size()).WriteText(value.c_str(), value.size());
+    return output;
 }
 
 void LoadPropertyBlock(BinInput& input, Properties& properties) {
@@ -83,9 +81,9 @@ CTmxMessage* CreateFromBin(const std::uint8_t* buffer, std::int32_t size,
             }
         }
     }
-    used = input.failure != 0 ? static_cast<std::uint32_t>(input.failure)
-                              : static_cast<std::uint32_t>(size) -
-                                    static_cast<std::uint32_t>(input.remaining);
+    used = input.failure != 0
+               ? static_cast<std::uint32_t>(input.failure)
+               : static_cast<std::uint32_t>(size) - static_cast<std::uint32_t>(input.remaining);
     return message;
 }
 

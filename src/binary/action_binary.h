@@ -7,16 +7,16 @@
 namespace TmxPLC {
 
 /// Writes the class and the code.
-inline void StoreHeader(BinOutput& output, const Descriptor& descriptor) noexcept {
-    output.Write(descriptor.messageClass).Write(descriptor.code);
+inline BinOutput StoreHeader(BinOutput output, const Descriptor& descriptor) noexcept {
+    return output.Write(descriptor.messageClass).Write(descriptor.code);
 }
 
 inline constexpr std::uint32_t kPropertyBlockMarker = TMX_PROPERTY_BLOCK_MARKER;
 /// At most so many pairs are read; what follows them is left unread. The writer has no limit.
 inline constexpr std::int32_t kMaxPropertiesRead = 1000;
 
-/// Writes an action's properties. Returns whether everything so far fitted.
-bool StorePropertyBlock(BinOutput& output, const Properties& properties);
+/// Writes an action's properties.
+BinOutput StorePropertyBlock(BinOutput output, const Properties& properties);
 
 /// Reads an action's properties. Never fails the action: bytes that hold no block, or a cut or
 /// foreign one, leave the place behind the parameters; pairs read before a cut stay.

@@ -92,9 +92,9 @@ void ReadEntries(WideView text, DataSet& set) {
 
 }  // namespace
 
-void StoreValue(BinOutput& output, const DataSet& value) {
+BinOutput StoreValue(BinOutput output, const DataSet& value) {
     const WideString text = TextOf(value);
-    output.WriteText(text.c_str(), text.size());
+    return output.WriteText(text.c_str(), text.size());
 }
 
 void LoadValue(BinInput& input, DataSet& value) {

@@ -6,46 +6,48 @@
 #include <cstdint>
 #include <cstring>
 
+#include "zinc/units.h"
+
 namespace TmxPLC {
 
-static_assert(std::endian::native == std::endian::little, "fields are stored as they lie in memory");
+static_assert(std::endian::native == std::endian::little,
+              "fields are stored as they lie in memory");
 
 /// Output. A field that doesn't fit is skipped and counted all the same; what remains is then
 /// negative and only falls, so that nothing is written behind it and one pass tells the size of the
-/// whole. With a capacity of 0 the buffer isn't touched.
+/// whole. With a capacity of 0 the buffer isn't touched. The record is small enough to be handed on
+/// in registers: a writer takes it by value and returns it.
 struct BinOutput {
     std::uint8_t* cursor;
-    std::int32_t remaining;
+    std::int64_t remaining;  // the capacity has 32 bits: the count never wraps
 
     BinOutput(std::uint8_t* buffer, std::int32_t capacity) noexcept
         : cursor(buffer), remaining(capacity) {}
 
-    /// Room for a field, or null where it doesn't fit.
-    std::uint8_t* Field(std::size_t size) noexcept {
-        const bool fits = remaining >= static_cast<std::int64_t>(size);
-        std::uint8_t* const place = cursor;
-        remaining = static_cast<std::int32_t>(static_cast<std::uint32_t>(remaining) -
-                                              static_cast<std::uint32_t>(size));
-        if (!fits) return nullptr;
-        cursor += size;
-        return place;
-    }
-
     template <typename T>
-    BinOutput& Write(const T& value) noexcept {
-        if (std::uint8_t* place = Field(sizeof(T))) std::memcpy(place, &value, sizeof(T));
-        return *this;
+    TMX_FORCE_INLINE BinOutput Write(const T& value) const noexcept {
+        BinOutput next = *this;
+        next.remaining -= static_cast<std::int64_t>(sizeof(T));
+        if (next.remaining >= 0) {
+            std::memcpy(cursor, &value, sizeof(T));
+            next.cursor += sizeof(T);
+        }
+        return next;
     }
 
     /// A text with its count, terminator included, as one field: it goes in whole or not at all.
     template <typename Char>
-    BinOutput& WriteText(const Char* text, std::size_t length) noexcept {
+    BinOutput WriteText(const Char* text, std::size_t length) const noexcept {
         const auto count = static_cast<std::uint32_t>(length + 1);
-        if (std::uint8_t* place = Field(sizeof count + (length + 1) * sizeof(Char))) {
-            std::memcpy(place, &count, sizeof count);
-            std::memcpy(place + sizeof count, text, (length + 1) * sizeof(Char));
+        const std::size_t bytes = (length + 1) * sizeof(Char);
+        BinOutput next = *this;
+        next.remaining -= static_cast<std::int64_t>(sizeof count + bytes);
+        if (next.remaining >= 0) {
+            std::memcpy(cursor, &count, sizeof count);
+            Zinc::Units::Copy(cursor + sizeof count, text, bytes);
+            next.cursor += sizeof count + bytes;
         }
-        return *this;
+        return next;
     }
 };
 

@@ -8,33 +8,30 @@
 namespace TmxPLC {
 
 template <typename T>
-inline void StoreValue(BinOutput& output, const T& value) noexcept {
+TMX_FORCE_INLINE BinOutput StoreValue(BinOutput output, const T& value) noexcept {
     static_assert(std::is_trivially_copyable_v<T>, "this type needs a rule of its own");
-    output.Write(value);
+    return output.Write(value);
 }
-inline void StoreValue(BinOutput& output, const bool& value) noexcept {
-    output.Write<std::uint8_t>(value ? 1 : 0);
+TMX_FORCE_INLINE BinOutput StoreValue(BinOutput output, const bool& value) noexcept {
+    return output.Write<std::uint8_t>(value ? 1 : 0);
 }
-inline void StoreValue(BinOutput& output, const WideText& value) noexcept {
-    output.WriteText(value.c_str(), value.size());
+inline BinOutput StoreValue(BinOutput output, const WideText& value) noexcept {
+    return output.WriteText(value.c_str(), value.size());
 }
-inline void StoreValue(BinOutput& output, const AnsiText& value) noexcept {
-    output.WriteText(value.c_str(), value.size());
+inline BinOutput StoreValue(BinOutput output, const AnsiText& value) noexcept {
+    return output.WriteText(value.c_str(), value.size());
 }
-inline void StoreValue(BinOutput& output, const ObjectRef& value) noexcept {
-    output.Write(value.id).Write(value.number);
-    StoreValue(output, value.nameText);
+inline BinOutput StoreValue(BinOutput output, const ObjectRef& value) noexcept {
+    return StoreValue(output.Write(value.id).Write(value.number), value.nameText);
 }
-inline void StoreValue(BinOutput& output, const NamedId& value) noexcept {
-    output.Write(value.id);
-    StoreValue(output, value.nameText);
+inline BinOutput StoreValue(BinOutput output, const NamedId& value) noexcept {
+    return StoreValue(output.Write(value.id), value.nameText);
 }
-inline void StoreValue(BinOutput& output, const GuidRef& value) noexcept {
-    output.Write(value.guid);
-    StoreValue(output, value.nameText);
+inline BinOutput StoreValue(BinOutput output, const GuidRef& value) noexcept {
+    return StoreValue(output.Write(value.guid), value.nameText);
 }
 /// A set is stored as a wide text of its entries: "1 2 3 4 7 'left', 5 6 7 8 -1 'right'".
-void StoreValue(BinOutput& output, const DataSet& value);
+BinOutput StoreValue(BinOutput output, const DataSet& value);
 
 /// What a parameter holds when nothing was read: the zero of its type, and the present time for a
 /// date-time.
@@ -56,7 +53,7 @@ inline void LoadText(BinInput& input, InlineText<Char>& value) {
     std::size_t length = 0;
     if (const std::uint8_t* place = input.ReadText<Char>(length)) {
         Char* target = value.Resize(length);
-        if (length != 0) std::memcpy(target, place, length * sizeof(Char));
+        Zinc::Units::Copy(target, place, length * sizeof(Char));
     }
 }
 inline void LoadValue(BinInput& input, WideText& value) { LoadText(input, value); }
@@ -90,9 +87,9 @@ inline void LoadValue(BinInput& input, Optional<T>& parameter) {
         SetUnread(parameter.value);
 }
 template <typename T>
-inline void StoreValue(BinOutput& output, const Optional<T>& parameter) {
-    StoreValue(output, parameter.present);
-    if (parameter.present) StoreValue(output, parameter.value);
+TMX_FORCE_INLINE BinOutput StoreValue(BinOutput output, const Optional<T>& parameter) {
+    const BinOutput next = StoreValue(output, parameter.present);
+    return parameter.present ? StoreValue(next, parameter.value) : next;
 }
 
 }  // namespace TmxPLC

@@ -113,10 +113,9 @@ Catalogue::Catalogue()
     actions.reserve(std::size(kStaticActions) - 1);
     for (const StaticAction* entry = kStaticActions; entry->code != kNone; ++entry) {
         const auto index = static_cast<std::uint32_t>(actions.size());
-        actions.push_back({PooledText(entry->name), index, entry->classId, entry->code,
-                           entry->reserved,
-                           std::span(parameters_).subspan(entry->firstParameter,
-                                                          entry->parameterCount)});
+        actions.push_back(
+            {PooledText(entry->name), index, entry->classId, entry->code, entry->reserved,
+             std::span(parameters_).subspan(entry->firstParameter, entry->parameterCount)});
         maxCode = std::max(maxCode, entry->code);
     }
 
@@ -177,9 +176,8 @@ EnumValueRecord* Catalogue::FindEnumValue(std::uint32_t enumId, std::int32_t val
         [enumId](const EnumValueRecord& record, std::int32_t wanted) {
             return record.enumId != enumId ? record.enumId < enumId : record.value < wanted;
         });
-    return found != enumValues.end() && found->enumId == enumId && found->value == value
-               ? &*found
-               : nullptr;
+    return found != enumValues.end() && found->enumId == enumId && found->value == value ? &*found
+                                                                                         : nullptr;
 }
 
 const Descriptor* Catalogue::FindDescriptor(std::uint32_t messageClass,

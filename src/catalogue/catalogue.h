@@ -1,6 +1,6 @@
 // The library's description of itself: which actions exist, their parameters, the enumerations, and
-// the way from a name or a code to a class. Built once at load; read-only from then on but for plain
-// texts and the native-translation flag, which have no lock.
+// the way from a name or a code to a class. Built once at load; read-only from then on but for
+// plain texts and the native-translation flag, which have no lock.
 #pragma once
 
 #include <cstdint>
@@ -110,12 +110,12 @@ class Catalogue {
     /// Builds everything from the constant table and the registration list, which must be complete.
     Catalogue();
 
-    std::vector<ActionRecord> actions;           // in the order of names
-    std::vector<ClassRecord> actionClasses;      // by id
-    std::vector<EnumValueRecord> enumValues;     // by enumeration id, then by value
-    std::vector<ParameterRecord> eventFields;    // the fields of the generic event record
-    ActionRecord eventInfo;                      // the generic event record; no index, no class
-    ParameterRecord matchActionDescription;      // "Comment", the description of match actions
+    std::vector<ActionRecord> actions;         // in the order of names
+    std::vector<ClassRecord> actionClasses;    // by id
+    std::vector<EnumValueRecord> enumValues;   // by enumeration id, then by value
+    std::vector<ParameterRecord> eventFields;  // the fields of the generic event record
+    ActionRecord eventInfo;                    // the generic event record; no index, no class
+    ParameterRecord matchActionDescription;    // "Comment", the description of match actions
 
     ActionRecord* FindAction(std::uint32_t code) noexcept;
     ClassRecord* FindClass(std::uint32_t classId) noexcept;
@@ -141,11 +141,11 @@ class Catalogue {
     void AddDescriptor(Descriptor& descriptor) noexcept;
     void AddName(const ActionRecord& record) noexcept;
 
-    std::vector<ParameterRecord> parameters_;          // of all actions
-    std::vector<std::uint16_t> actionByCode_;          // index + 1; 0 is none
+    std::vector<ParameterRecord> parameters_;           // of all actions
+    std::vector<std::uint16_t> actionByCode_;           // index + 1; 0 is none
     std::vector<const Descriptor*> actionDescriptors_;  // by index
     std::vector<const Descriptor*> matchDescriptors_;   // by index
-    std::vector<Bucket> buckets_;                      // open addressing, a power of two
+    std::vector<Bucket> buckets_;                       // open addressing, a power of two
 };
 
 /// The catalogue of the module, and its two moments.

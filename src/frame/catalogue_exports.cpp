@@ -95,9 +95,9 @@ uint32_t ClassByName(const Char* name) noexcept {
 std::span<const EnumValueRecord> ValuesOf(uint32_t enumId) noexcept {
     const std::span<const EnumValueRecord> all = TheCatalogue().enumValues;
     if (enumId == kNone) return all;
-    const auto first =
-        std::find_if(all.begin(), all.end(),
-                     [&](const EnumValueRecord& record) { return record.enumId == enumId; });
+    const auto first = std::find_if(all.begin(), all.end(), [&](const EnumValueRecord& record) {
+        return record.enumId == enumId;
+    });
     const auto last = std::find_if(
         first, all.end(), [&](const EnumValueRecord& record) { return record.enumId != enumId; });
     return {first, last};
@@ -179,8 +179,7 @@ uint32_t TmxAct_EnumerateActionParameters(TmxParameterInfo* infos, uint32_t capa
 }
 
 bool TmxAct_GetEnumValueInfo(TmxEnumValueInfo* info, uint32_t enumId, uint32_t value) {
-    return FillFound(info,
-                     TheCatalogue().FindEnumValue(enumId, static_cast<std::int32_t>(value)));
+    return FillFound(info, TheCatalogue().FindEnumValue(enumId, static_cast<std::int32_t>(value)));
 }
 
 uint32_t TmxAct_EnumerateEnumValues(TmxEnumValueInfo* infos, uint32_t capacity, uint32_t enumId) {
@@ -210,8 +209,7 @@ bool TmxAct_SetActionPlainInfo(const TmxActionInfo* info) {
 }
 
 bool TmxAct_SetActionClassPlainInfo(const TmxActionClassInfo* info) {
-    return SetFound(TheCatalogue().FindClass(info->classId), info->plainNameW,
-                    info->descriptionW);
+    return SetFound(TheCatalogue().FindClass(info->classId), info->plainNameW, info->descriptionW);
 }
 
 bool TmxAct_SetActionParameterPlainInfo(const TmxParameterInfo* info, uint32_t code,

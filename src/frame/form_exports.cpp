@@ -62,8 +62,8 @@ TmxHandle TmxAct_CreateFromTextBufferA(const char* text, uint32_t length, uint32
     return CreateFromTextBuffer(text, length, messageClass, utf8, consumed);
 }
 
-TmxHandle TmxAct_CreateFromTextBufferW(const TmxWChar* text, uint32_t length,
-                                       uint32_t messageClass, bool utf8, uint32_t* consumed) {
+TmxHandle TmxAct_CreateFromTextBufferW(const TmxWChar* text, uint32_t length, uint32_t messageClass,
+                                       bool utf8, uint32_t* consumed) {
     return CreateFromTextBuffer(text, length, messageClass, utf8, consumed);
 }
 
@@ -72,8 +72,10 @@ bool TmxAct_StoreToBinBuffer(TmxHandle handle, uint8_t* buffer, uint32_t size, u
         const CTmxMessage& message = Frame::Message(handle);
         BinOutput output(buffer, static_cast<std::int32_t>(size));
         bool stored = message.StoreToBin(output);
-        if (message.GetInfo().messageClass == ActionMessage)
-            stored = StorePropertyBlock(output, static_cast<const CTmxAction&>(message).properties);
+        if (message.GetInfo().messageClass == ActionMessage) {
+            output = StorePropertyBlock(output, static_cast<const CTmxAction&>(message).properties);
+            stored = output.remaining >= 0;
+        }
         if (needed != nullptr) *needed = size - static_cast<uint32_t>(output.remaining);
         if (!stored) throw TmxPLCException();
     });

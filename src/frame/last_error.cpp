@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <new>
 #include <string_view>
 
@@ -14,19 +13,9 @@ namespace {
 
 using Platform::WideChar;
 
-Platform::CriticalSection& ListLock() {
-    static Platform::CriticalSection lock;
-    return lock;
-}
-LastErrorRecord* list = nullptr;
-
-void Free(LastErrorRecord* record) noexcept {
-    {
-        const std::lock_guard guard(ListLock());
-        (record->previous != nullptr ? record->previous->next : list) = record->next;
-        if (record->next != nullptr) record->next->previous = record->previous;
-    }
-    delete record;
+void Free(Zinc::ThreadState* state) noexcept {
+    Zinc::ThreadStates::Remove(*state);
+    delete static_cast<LastErrorRecord*>(state);
 }
 
 template <typename Char, std::size_t N>
@@ -41,9 +30,9 @@ void CopyCut(Char (&field)[N], std::basic_string_view<Char> text) noexcept {
 // not fit, less of its source is.
 template <std::size_t N>
 void ConvertCut(char (&field)[N], std::basic_string_view<WideChar> text) noexcept {
-    const std::ptrdiff_t count = Platform::WideToNarrow(
-        Platform::CodePage::Ansi, Platform::kCompositeCheck, text.data(),
-        std::min(text.size(), N - 1), field, N - 1);
+    const std::ptrdiff_t count =
+        Platform::WideToNarrow(Platform::CodePage::Ansi, Platform::kCompositeCheck, text.data(),
+                               std::min(text.size(), N - 1), field, N - 1);
     field[count > 0 ? count : 0] = 0;
 }
 template <std::size_t N>
@@ -107,13 +96,13 @@ void RecordZincException(const Zinc::ZincException& error) noexcept {
 }  // namespace
 
 void Attach() noexcept {
-    ListLock();
-    Platform::AllocateThreadSlot([](void* record) { Free(static_cast<LastErrorRecord*>(record)); });
+    Zinc::ThreadStates::First();  // makes the lock, which outlives this module's end
+    Platform::AllocateThreadSlot([](void* state) { Free(static_cast<Zinc::ThreadState*>(state)); });
 }
 
 void Detach() noexcept {
     Platform::FreeThreadSlot();
-    while (list != nullptr) Free(list);
+    while (Zinc::ThreadState* state = Zinc::ThreadStates::First()) Free(state);
 }
 
 LastErrorRecord* Make() noexcept {
@@ -123,15 +112,12 @@ LastErrorRecord* Make() noexcept {
     record->message[0] = 0;
     record->messageW[0] = 0;
     record->details[0] = 0;
-    {
-        const std::lock_guard guard(ListLock());
-        record->next = list;
-        if (list != nullptr) list->previous = record;
-        list = record;
+    if (!Platform::SetThreadSlot(static_cast<Zinc::ThreadState*>(record))) {
+        delete record;
+        return nullptr;
     }
-    if (Platform::SetThreadSlot(record)) return record;
-    Free(record);
-    return nullptr;
+    Zinc::ThreadStates::Add(*record);
+    return record;
 }
 
 void RecordCurrentException() noexcept {

@@ -3,12 +3,12 @@
 
 #include <cstdint>
 
-#include "platform/platform.h"
+#include "zinc/thread_state.h"
 
 namespace TmxPLC {
 
 /// One per thread, made with the thread's first framed call. Texts longer than their field are cut.
-struct LastErrorRecord {
+struct LastErrorRecord : Zinc::ThreadState {
     std::uint32_t present = 0;  // 1 after a failure, 0 after a later success
     std::uint32_t code = 0;
     std::uint32_t subcode = 0;
@@ -16,10 +16,6 @@ struct LastErrorRecord {
     char message[1024];
     Platform::WideChar messageW[1024];
     char details[5632];
-
-    // The records of all threads hang together, so that a module that goes takes them along.
-    LastErrorRecord* next = nullptr;
-    LastErrorRecord* previous = nullptr;
 };
 
 namespace LastError {
@@ -32,13 +28,13 @@ void Detach() noexcept;
 /// The calling thread's record, made if necessary; null if none can be had. A failed allocation is
 /// tried again with the next call.
 LastErrorRecord* Make() noexcept;
-inline LastErrorRecord* Fetch() noexcept {
-    auto* record = static_cast<LastErrorRecord*>(Platform::GetThreadSlot());
+TMX_FORCE_INLINE LastErrorRecord* Fetch() noexcept {
+    auto* record = static_cast<LastErrorRecord*>(Zinc::ThreadState::Current());
     return record != nullptr ? record : Make();
 }
 
 /// Records success.
-inline void Clear() noexcept {
+TMX_FORCE_INLINE void Clear() noexcept {
     if (LastErrorRecord* record = Fetch()) record->present = 0;
 }
 

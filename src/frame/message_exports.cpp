@@ -12,8 +12,7 @@ namespace {
 // The generic action has no record: what reads through it fails there.
 const ActionRecord& RecordOf(TmxHandle handle) {
     const ActionRecord* record = Message(handle).GetInfo().catalogueRecord;
-    if (record == nullptr)
-        throw Zinc::ZincException("The generic action has no catalogue record");
+    if (record == nullptr) throw Zinc::ZincException("The generic action has no catalogue record");
     return *record;
 }
 
@@ -24,7 +23,7 @@ uint32_t TmxAct_InterfaceVersion() { return 106; }
 const char* TmxAct_InterfaceDate() { return "26.02.2018"; }
 
 bool TmxAct_GetLastError(TmxErrorInfo* info) {
-    const auto* record = static_cast<const LastErrorRecord*>(Platform::GetThreadSlot());
+    const auto* record = static_cast<const LastErrorRecord*>(Zinc::ThreadState::Current());
     if (record == nullptr || record->present == 0) return false;
     *info = {record->code,    record->subcode,  record->exceptionClass,
              record->message, record->messageW, record->details};

@@ -15,13 +15,13 @@ bool SameLengthTextsAgree(const WideChar* left, const WideChar* right, std::size
 /// Texts of different lengths never agree, even where a locale would call them equal.
 inline bool Agree(const WideText& left, const WideText& right) {
     return left.size() == right.size() &&
-           (left.empty() || SameLengthTextsAgree(left.c_str(), right.c_str(), left.size()));
+           (Zinc::Units::Equal(left.c_str(), right.c_str(), left.size() * sizeof(WideChar)) ||
+            SameLengthTextsAgree(left.c_str(), right.c_str(), left.size()));
 }
 
 /// Narrow texts fold ASCII letters and nothing else.
 inline bool Agree(const AnsiText& left, const AnsiText& right) noexcept {
-    return left.size() == right.size() &&
-           EqualsAsciiFold(left.c_str(), right.c_str(), left.size());
+    return left.size() == right.size() && EqualsAsciiFold(left.c_str(), right.c_str(), left.size());
 }
 
 inline bool Agree(std::int32_t left, std::int32_t right) noexcept { return left == right; }

@@ -31,9 +31,7 @@ class CTmxGenericAction final : public CTmxAction {
     }
 
     const Descriptor& GetInfo() const noexcept override { return descriptor; }
-    CTmxMessage* Clone() const override {
-        return new (std::nothrow) CTmxGenericAction(*this);
-    }
+    CTmxMessage* Clone() const override { return new (std::nothrow) CTmxGenericAction(*this); }
     bool StoreToTextW(TextWriter<WideChar>&) const override { return false; }
     bool StoreToTextA(TextWriter<char>&) const override { return false; }
     bool StoreToBin(BinOutput&) const override { return false; }

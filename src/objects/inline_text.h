@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "zinc/units.h"
+
 namespace TmxPLC {
 
 /// An owned, zero-terminated text of Char units. Copying and assigning a text of more than
@@ -60,9 +62,10 @@ class InlineText {
         (capacity_ == 0 ? inline_ : heap_)[length] = 0;
     }
 
+    /// text is not a part of this text.
     void Assign(const Char* text, std::size_t length) {
         Char* target = Reserve(length);
-        if (length != 0) std::memmove(target, text, length * sizeof(Char));
+        Zinc::Units::Copy(target, text, length * sizeof(Char));
         target[length] = 0;
         size_ = static_cast<std::uint32_t>(length);
     }
@@ -70,23 +73,10 @@ class InlineText {
 
     /// Takes a zero-terminated text; null is the empty text.
     void AssignTerminated(const Char* text) {
-        if (text == nullptr) return Assign(nullptr, 0);
-        if (capacity_ == 0) {
-            // Copying while looking for the end passes over short texts once.
-            for (std::size_t i = 0; i <= kInlineLength; ++i) {
-                const Char unit = text[i];
-                inline_[i] = unit;
-                if (unit == 0) {
-                    size_ = static_cast<std::uint32_t>(i);
-                    return;
-                }
-            }
-            // Too long: what was copied is no text; the assignment below puts one in its place or
-            // leaves the empty text.
-            inline_[0] = 0;
-            size_ = 0;
-        }
-        Assign(text, std::char_traits<Char>::length(text));
+        if (text != nullptr)
+            Assign(text, Zinc::Units::Length(text));
+        else
+            Truncate(0);
     }
 
   private:

@@ -1,21 +1,18 @@
 // The count of live message objects of the process.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
+
+#include "zinc/thread_state.h"
 
 namespace TmxPLC {
 
 /// Objects are counted, not handles: every constructor of CTmxMessage adds one, every destructor
-/// takes one away.
-class LiveObjects {
-  public:
-    static void Add() noexcept { count_.fetch_add(1, std::memory_order_relaxed); }
-    static void Remove() noexcept { count_.fetch_sub(1, std::memory_order_relaxed); }
-    static std::uint32_t Count() noexcept { return count_.load(std::memory_order_relaxed); }
-
-  private:
-    inline static std::atomic<std::uint32_t> count_{0};
+/// takes one away, on whatever thread it runs.
+struct LiveObjects {
+    TMX_FORCE_INLINE static void Add() noexcept { Zinc::ThreadStates::CountUp(); }
+    TMX_FORCE_INLINE static void Remove() noexcept { Zinc::ThreadStates::CountDown(); }
+    static std::uint32_t Count() noexcept { return Zinc::ThreadStates::Counted(); }
 };
 
 }  // namespace TmxPLC

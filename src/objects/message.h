@@ -19,7 +19,7 @@ class TextWriter;
 /// What every message is: counted, described, cloned, stored and compared.
 class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountBaseClass> {
   public:
-    ~CTmxMessage() override { LiveObjects::Remove(); }
+    TMX_FORCE_INLINE ~CTmxMessage() override { LiveObjects::Remove(); }
 
     virtual const Descriptor& GetInfo() const noexcept = 0;
     /// A new object of the same class with the same parameters and nothing else of this one; null
@@ -34,7 +34,8 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
     std::uint64_t internalData = 0;  // the caller's own; never looked at
 
   protected:
-    CTmxMessage() noexcept {
+    // Made and ended with every object of every class: inlined, they cost a few stores.
+    TMX_FORCE_INLINE CTmxMessage() noexcept {
         referenceCount.store(1, std::memory_order_relaxed);
         LiveObjects::Add();
     }
@@ -60,8 +61,10 @@ class CTmxAction : public CTmxMessage {
 
     Properties properties;
 
+    TMX_FORCE_INLINE ~CTmxAction() override {}
+
   protected:
-    CTmxAction() noexcept = default;
+    TMX_FORCE_INLINE CTmxAction() noexcept {}
     /// The copies of the concrete classes carry over the parameters alone.
     CTmxAction(const CTmxAction& other) noexcept : CTmxMessage(other) {}
 };

@@ -18,6 +18,10 @@
 #define TMX_WIDE(literal) u##literal
 #endif
 
+/// For what runs with every exported call and is a few instructions when inlined: the compilers'
+/// own limits count the size of the many action classes and leave it out of line.
+#define TMX_FORCE_INLINE [[gnu::always_inline]] inline
+
 namespace Platform {
 
 /// One unit of UTF-16 text.
@@ -145,7 +149,7 @@ namespace Detail {
 // is loaded late.
 extern __thread void* threadSlot __attribute__((tls_model("initial-exec")));
 }  // namespace Detail
-inline void* GetThreadSlot() noexcept { return Detail::threadSlot; }
+TMX_FORCE_INLINE void* GetThreadSlot() noexcept { return Detail::threadSlot; }
 #endif
 
 // ---- Diagnostics --------------------------------------------------------------------------------

@@ -6,8 +6,8 @@
 
 namespace TmxPLC {
 
-/// Reads one message. messageClass is kNone for any. consumed: see TmxAct_CreateFromTextBufferA. Null:
-/// no such name, another class, a syntax error, or no memory for the object.
+/// Reads one message. messageClass is kNone for any. consumed: see TmxAct_CreateFromTextBufferA.
+/// Null: no such name, another class, a syntax error, or no memory for the object.
 template <typename Char>
 CTmxMessage* CreateFromText(const Char* text, std::uint32_t length, std::uint32_t messageClass,
                             bool utf8, std::uint32_t& consumed) {

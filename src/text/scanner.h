@@ -16,6 +16,7 @@
 #include "catalogue/catalogue.h"
 #include "catalogue/name.h"
 #include "zinc/exceptions.h"
+#include "zinc/units.h"
 
 namespace TmxPLC {
 
@@ -23,7 +24,8 @@ namespace TmxPLC {
 /// terminator. White space is blank, tab, line feed and carriage return and nothing else.
 inline constexpr auto kDelimiters = [] {
     std::array<bool, 128> delimiters{};
-    for (const char delimiter : " \t\n\r(){}\"',.;:") delimiters[static_cast<unsigned char>(delimiter)] = true;
+    for (const char delimiter : " \t\n\r(){}\"',.;:")
+        delimiters[static_cast<unsigned char>(delimiter)] = true;
     return delimiters;
 }();
 
@@ -39,14 +41,14 @@ class TextScanner {
           Utf8Mode(utf8) {}
 
     const Char* Cursor;
-    std::uint32_t Length;      // as given; the consumed count is computed from it
-    std::int32_t Remaining;    // units left; -1 from the first failure on
+    std::uint32_t Length;    // as given; the consumed count is computed from it
+    std::int32_t Remaining;  // units left; -1 from the first failure on
     /// 0 while the scan is healthy, else what remained at the first failure. A failure with exactly
     /// nothing left is therefore not seen at once: Remaining goes to -1, and the next test fails
-    /// again and shows as -1. Only the very last test of a text escapes: a text that ends just where
-    /// its closing parenthesis is due is taken.
+    /// again and shows as -1. Only the very last test of a text escapes: a text that ends just
+    /// where its closing parenthesis is due is taken.
     std::int32_t ErrorRemaining = 0;
-    bool Utf8Mode;             // the code page of narrow texts
+    bool Utf8Mode;                                  // the code page of narrow texts
     const Descriptor* MessageDescriptor = nullptr;  // null until the name was looked up
     std::int32_t ParamIndex = 0;  // of the next parameter; a match action starts at -1
     bool HasPrevious = false;     // the next parameter needs a comma
@@ -63,6 +65,7 @@ class TextScanner {
     /// The run of white space ends at the first other unit, the terminator included; the count of
     /// what remains is not asked.
     void SkipWhite() noexcept {
+        if (static_cast<Unit>(*Cursor) > ' ') return;
         const Char* at = Cursor;
         while (IsWhite(*at)) ++at;
         Advance(at - Cursor);
@@ -82,6 +85,8 @@ class TextScanner {
 
     /// Opens a positional parameter: takes the comma that is due. False has failed the scan.
     bool ScanParamStart() noexcept {
+        // As this library writes it: ", ".
+        if (Cursor[0] == ',' && Cursor[1] == ' ' && TakeWrittenStart(2)) return true;
         if (!BeginParam()) return false;
         if (HasPrevious && !TakeComma()) {
             ScanFail();
@@ -92,8 +97,22 @@ class TextScanner {
         return true;
     }
 
-    /// Tries to open the optional parameter of this name. False without a failure: it is absent, and
-    /// the place is as before, but for the index, which counts the parameter as passed. The
+    /// Opens the optional parameter of this name. False: it is absent (or the scan has failed).
+    /// True: its value is to be read, if a positional start opens it.
+    bool ScanOptionalStart(const Char* name, std::uint32_t nameLength, bool& opened) noexcept {
+        // As this library writes it: ", Name: ".
+        opened = Cursor[0] == ',' && Cursor[1] == ' ' &&
+                 Zinc::Units::BeginsWith(Cursor + 2, name, nameLength) &&
+                 Cursor[nameLength + 2] == ':' && Cursor[nameLength + 3] == ' ' &&
+                 TakeWrittenStart(nameLength + 4);
+        if (opened) return true;
+        if (!ScanParamStart(name, nameLength)) return false;
+        opened = ScanParamStart();
+        return true;
+    }
+
+    /// Tries to open the optional parameter of this name. False without a failure: it is absent,
+    /// and the place is as before, but for the index, which counts the parameter as passed. The
     /// comparison is a prefix test, so that a longer word that begins with the name fails at the
     /// colon. True: name and colon are taken, and the value is to be opened like a positional one,
     /// which finds no comma to expect.
@@ -132,8 +151,8 @@ class TextScanner {
     }
 
     /// Reads a number at the width of Integer. There is no test for overflow: the digits wrap, so
-    /// that 65537 read at 16 bits is 1. A sign and the prefix "0x" never combine. An empty number is
-    /// a valid 0: a delimiter where a number is due is left alone. A number ends at a delimiter,
+    /// that 65537 read at 16 bits is 1. A sign and the prefix "0x" never combine. An empty number
+    /// is a valid 0: a delimiter where a number is due is left alone. A number ends at a delimiter,
     /// which is given back, or where nothing remains; any other unit fails behind itself, and the
     /// target keeps the digits read so far.
     template <typename Integer>
@@ -183,11 +202,8 @@ class TextScanner {
     /// up to the terminator, and nothing has changed.
     const Char* ReadToQuote(std::size_t& length) noexcept {
         const Char* const begin = Cursor;
-        const Char* at = begin;
-        while (*at != '"') {
-            if (*at == 0) return nullptr;
-            ++at;
-        }
+        const Char* const at = Zinc::Units::FindEither(begin, '"', 0);
+        if (*at == 0) return nullptr;
         length = static_cast<std::size_t>(at - begin);
         Take(at - begin + 1);
         return begin;
@@ -231,13 +247,26 @@ class TextScanner {
     static bool IsDelimiter(Unit unit) noexcept { return unit < 128 && kDelimiters[unit]; }
 
   private:
+    // Takes what opens a parameter that has one before it, count units that were looked at, if a
+    // value follows at once. Where it doesn't apply nothing has changed, and the steps one by one
+    // tell.
+    bool TakeWrittenStart(std::uint32_t count) noexcept {
+        if (!HasPrevious || ErrorRemaining != 0 || static_cast<Unit>(Cursor[count]) <= ' ' ||
+            Remaining <= static_cast<std::int64_t>(count))
+            return false;
+        Take(static_cast<std::ptrdiff_t>(count));
+        ++ParamIndex;
+        return true;
+    }
+
     // A difference of pointers becomes a count.
     void Advance(std::ptrdiff_t count) noexcept {
         Remaining = static_cast<std::int32_t>(
             static_cast<std::uint32_t>(Remaining) -
             static_cast<std::uint32_t>(
-                count <= 0x7fffffff ? count : static_cast<std::ptrdiff_t>(Zinc::ClipPtrDiff(
-                                                  count, 0xffffffff))));
+                count <= 0x7fffffff
+                    ? count
+                    : static_cast<std::ptrdiff_t>(Zinc::ClipPtrDiff(count, 0xffffffff))));
     }
 
     void ScanParen(char paren) noexcept {

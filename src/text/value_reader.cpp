@@ -30,29 +30,36 @@ void AssignText(AnsiText& target, std::basic_string_view<Char> text, bool utf8) 
 // date-times and GUIDs are short ASCII.
 constexpr std::size_t kShortText = 63;
 template <typename To, typename From>
-bool CopyShortAscii(To (&target)[kShortText + 1], std::basic_string_view<From> text) noexcept {
-    if (text.size() > kShortText || !IsAscii(text.data(), text.size())) return false;
-    CopyAscii(target, text.data(), text.size());
+bool CopyShort(To (&target)[kShortText + 1], std::basic_string_view<From> text) noexcept {
+    if (text.size() > kShortText) return false;
+    if constexpr (std::is_same_v<To, From>)
+        Zinc::Units::Copy(target, text.data(), text.size() * sizeof(From));
+    else if (!Zinc::Units::CopyAscii(target, text.data(), text.size()))
+        return false;
     target[text.size()] = 0;
     return true;
 }
 
 TZincDateTime DateTimeFromText(Zinc::WideView text) {
+    TZincDateTime value;
+    if (Zinc::ParseCanonicalDateTime(text, value)) return value;
     WideChar buffer[kShortText + 1];
-    if (CopyShortAscii(buffer, text)) return Zinc::ParseDateTime(buffer);
+    if (CopyShort(buffer, text)) return Zinc::ParseDateTime(buffer);
     return Zinc::ParseDateTime(Zinc::WideString(text).c_str());
 }
 // Narrow date-times are widened by the ANSI code page, whatever Utf8Mode says.
 TZincDateTime DateTimeFromText(std::string_view text) {
+    TZincDateTime value;
+    if (Zinc::ParseCanonicalDateTime(text, value)) return value;
     WideChar buffer[kShortText + 1];
-    if (CopyShortAscii(buffer, text)) return Zinc::ParseDateTime(buffer);
+    if (CopyShort(buffer, text)) return Zinc::ParseDateTime(buffer);
     return Zinc::ParseDateTime(Zinc::AnsiToWide(text).c_str());
 }
 
 Guid GuidFromText(std::string_view text) { return Zinc::StrToGuid(text); }
 Guid GuidFromText(Zinc::WideView text) {
     char buffer[kShortText + 1];
-    if (CopyShortAscii(buffer, text)) return Zinc::StrToGuid({buffer, text.size()});
+    if (CopyShort(buffer, text)) return Zinc::StrToGuid({buffer, text.size()});
     return Zinc::StrToGuid(Zinc::WideToAnsi(text));
 }
 
@@ -145,8 +152,7 @@ double DecimalValue(const char* first, const char* last) noexcept {
             if (IsDigit(*at) && exponent < 1000000) exponent = exponent * 10 + (*at - '0');
         if (negativeExponent) exponent = -exponent;
     }
-    const double magnitude =
-        exponent + point > 0 ? std::numeric_limits<double>::infinity() : 0.0;
+    const double magnitude = exponent + point > 0 ? std::numeric_limits<double>::infinity() : 0.0;
     return negative ? -magnitude : magnitude;
 }
 
@@ -167,11 +173,11 @@ void ReadValue(TextScanner<Char>& scanner, double& value) {
     } else {
         char buffer[128];
         if (digits <= sizeof buffer) {
-            CopyAscii(buffer, first, digits);
+            Zinc::Units::CopyAscii(buffer, first, digits);
             value = DecimalValue(buffer, buffer + digits);
         } else {
             std::string narrow(digits, '0');
-            CopyAscii(narrow.data(), first, digits);
+            Zinc::Units::CopyAscii(narrow.data(), first, digits);
             value = DecimalValue(narrow.data(), narrow.data() + digits);
         }
     }
@@ -237,7 +243,8 @@ void ReadValue(TextScanner<Char>& scanner, GuidRef& value) {
     }
     scanner.Take(1);
     if (!scanner.Expect('"')) return;
-    // Without a closing quote the place stays behind the opening one, and the comma is missed there.
+    // Without a closing quote the place stays behind the opening one, and the comma is missed
+    // there.
     std::size_t length = 0;
     if (const Char* begin = scanner.ReadToQuote(length))
         value.guid = GuidFromText(std::basic_string_view<Char>(begin, length));
@@ -268,16 +275,16 @@ void ReadValue(TextScanner<Char>& scanner, DataSet& value) {
     }
 }
 
-#define TMX_READERS(Char)                                                  \
-    template void ReadValue(TextScanner<Char>&, double&);         \
-    template void ReadValue(TextScanner<Char>&, WideText&);                \
-    template void ReadValue(TextScanner<Char>&, AnsiText&);                \
-    template void ReadValue(TextScanner<Char>&, TZincDateTime&);           \
-    template void ReadValue(TextScanner<Char>&, Guid&);                    \
-    template void ReadValue(TextScanner<Char>&, ObjectRef&);               \
-    template void ReadValue(TextScanner<Char>&, NamedId&);                 \
-    template void ReadValue(TextScanner<Char>&, GuidRef&);                 \
-    template void ReadValue(TextScanner<Char>&, ParamRect&) noexcept;      \
+#define TMX_READERS(Char)                                             \
+    template void ReadValue(TextScanner<Char>&, double&);             \
+    template void ReadValue(TextScanner<Char>&, WideText&);           \
+    template void ReadValue(TextScanner<Char>&, AnsiText&);           \
+    template void ReadValue(TextScanner<Char>&, TZincDateTime&);      \
+    template void ReadValue(TextScanner<Char>&, Guid&);               \
+    template void ReadValue(TextScanner<Char>&, ObjectRef&);          \
+    template void ReadValue(TextScanner<Char>&, NamedId&);            \
+    template void ReadValue(TextScanner<Char>&, GuidRef&);            \
+    template void ReadValue(TextScanner<Char>&, ParamRect&) noexcept; \
     template void ReadValue(TextScanner<Char>&, DataSet&);
 TMX_READERS(char)
 TMX_READERS(WideChar)

@@ -7,7 +7,8 @@
 
 namespace TmxPLC {
 
-/// Numbers and enumerations: by number only, so that the name of an entry fails on its first letter.
+/// Numbers and enumerations: by number only, so that the name of an entry fails on its first
+/// letter.
 template <typename Char>
 inline void ReadValue(TextScanner<Char>& scanner, std::int32_t& value) noexcept {
     scanner.ReadNumber(value);

@@ -1,5 +1,6 @@
 #include "text/value_writer.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -46,6 +47,23 @@ std::size_t FormatDouble(char (&text)[32], double value) noexcept {
     return length;
 }
 
+// A text of the other width. ASCII is copied; the rest is converted if it fits, and measured in any
+// case. A conversion that fails is not reported.
+template <typename Char, typename From, class Convert>
+void PutConverted(TextWriter<Char>& writer, std::basic_string_view<From> text, Convert convert,
+                  std::uint32_t flags) {
+    if (text.empty()) return;
+    if (Zinc::Units::IsAscii(text.data(), text.size())) {
+        if (Char* place = writer.Piece(text.size()))
+            Zinc::Units::CopyAscii(place, text.data(), text.size());
+        return;
+    }
+    const std::size_t room = writer.Remaining > 0 ? static_cast<std::size_t>(writer.Remaining) : 0;
+    const std::ptrdiff_t count =
+        convert(PageOf(writer.Utf8Mode), flags, text.data(), text.size(), writer.Cursor, room);
+    if (count > 0) writer.Piece(static_cast<std::size_t>(count));
+}
+
 // The plain text of an entry of an enumeration, without the parameter's name. What separates the
 // values is put out whether or not there was one before.
 template <typename Char>
@@ -62,42 +80,20 @@ bool WriteEntry(TextWriter<Char>& writer, std::uint32_t enumeration, std::int32_
 
 template <typename Char>
 void PutText(TextWriter<Char>& writer, const WideText& text) {
-    if constexpr (std::is_same_v<Char, WideChar>) {
+    if constexpr (std::is_same_v<Char, WideChar>)
         writer.Put(text.view());
-    } else {
-        if (text.empty()) return;
-        if (IsAscii(text.c_str(), text.size())) {
-            if (char* place = writer.Piece(text.size()))
-                CopyAscii(place, text.c_str(), text.size());
-            return;
-        }
-        const std::size_t room =
-            writer.Remaining > 0 ? static_cast<std::size_t>(writer.Remaining) : 0;
-        const std::ptrdiff_t count =
-            Platform::WideToNarrow(PageOf(writer.Utf8Mode), FlagsTowardsNarrow(writer.Utf8Mode),
-                                   text.c_str(), text.size(), writer.Cursor, room);
-        if (count > 0) writer.Piece(static_cast<std::size_t>(count));
-    }
+    else
+        PutConverted(writer, text.view(), Platform::WideToNarrow,
+                     FlagsTowardsNarrow(writer.Utf8Mode));
 }
 
 template <typename Char>
 void PutText(TextWriter<Char>& writer, const AnsiText& text) {
-    if constexpr (std::is_same_v<Char, char>) {
+    if constexpr (std::is_same_v<Char, char>)
         writer.Put(text.view());
-    } else {
-        if (text.empty()) return;
-        if (IsAscii(text.c_str(), text.size())) {
-            if (WideChar* place = writer.Piece(text.size()))
-                CopyAscii(place, text.c_str(), text.size());
-            return;
-        }
-        const std::size_t room =
-            writer.Remaining > 0 ? static_cast<std::size_t>(writer.Remaining) : 0;
-        const std::ptrdiff_t count =
-            Platform::NarrowToWide(PageOf(writer.Utf8Mode), FlagsTowardsWide(writer.Utf8Mode),
-                                   text.c_str(), text.size(), writer.Cursor, room);
-        if (count > 0) writer.Piece(static_cast<std::size_t>(count));
-    }
+    else
+        PutConverted(writer, text.view(), Platform::NarrowToWide,
+                     FlagsTowardsWide(writer.Utf8Mode));
 }
 
 template <typename Char>
@@ -111,7 +107,7 @@ template <typename Char>
 void PutValue(TextWriter<Char>& writer, double value) {
     char text[32];
     const std::size_t length = FormatDouble(text, value);
-    if (Char* place = writer.Piece(length)) CopyAscii(place, text, length);
+    if (Char* place = writer.Piece(length)) std::copy(text, text + length, place);
 }
 
 template <typename Char>
@@ -247,22 +243,22 @@ void WriteDisplay(TextWriter<Char>& writer, std::uint32_t, const GuidRef& value)
         PutValue(writer, value.nameText);
 }
 
-#define TMX_WRITERS(Char)                                                                  \
-    template void PutText(TextWriter<Char>&, const WideText&);                             \
-    template void PutText(TextWriter<Char>&, const AnsiText&);                             \
-    template void PutValue(TextWriter<Char>&, const Guid&);                                \
-    template void PutValue(TextWriter<Char>&, double);                                     \
-    template void PutValue(TextWriter<Char>&, const ParamRect&);                           \
-    template void PutValue(TextWriter<Char>&, const DataSet&);                             \
-    template void PutMachine(TextWriter<Char>&, const TZincDateTime&);                     \
-    template void PutMachine(TextWriter<Char>&, const ObjectRef&);                         \
-    template void PutMachine(TextWriter<Char>&, const NamedId&);                           \
-    template void PutMachine(TextWriter<Char>&, const GuidRef&);                           \
-    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, std::int32_t);            \
-    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, bool);                    \
-    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const TZincDateTime&);    \
-    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const ObjectRef&);        \
-    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const NamedId&);          \
+#define TMX_WRITERS(Char)                                                               \
+    template void PutText(TextWriter<Char>&, const WideText&);                          \
+    template void PutText(TextWriter<Char>&, const AnsiText&);                          \
+    template void PutValue(TextWriter<Char>&, const Guid&);                             \
+    template void PutValue(TextWriter<Char>&, double);                                  \
+    template void PutValue(TextWriter<Char>&, const ParamRect&);                        \
+    template void PutValue(TextWriter<Char>&, const DataSet&);                          \
+    template void PutMachine(TextWriter<Char>&, const TZincDateTime&);                  \
+    template void PutMachine(TextWriter<Char>&, const ObjectRef&);                      \
+    template void PutMachine(TextWriter<Char>&, const NamedId&);                        \
+    template void PutMachine(TextWriter<Char>&, const GuidRef&);                        \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, std::int32_t);         \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, bool);                 \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const TZincDateTime&); \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const ObjectRef&);     \
+    template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const NamedId&);       \
     template void WriteDisplay(TextWriter<Char>&, std::uint32_t, const GuidRef&);
 TMX_WRITERS(char)
 TMX_WRITERS(WideChar)

@@ -1,5 +1,5 @@
-// How the value of each parameter type is written as text: one rule a type, for both widths and both
-// forms. Nothing is escaped anywhere: a quote inside a text is put out as it stands.
+// How the value of each parameter type is written as text: one rule a type, for both widths and
+// both forms. Nothing is escaped anywhere: a quote inside a text is put out as it stands.
 #pragma once
 
 #include "objects/values.h"
@@ -37,7 +37,8 @@ inline void PutValue(TextWriter<Char>& writer, const AnsiText& value) {
 }
 template <typename Char>
 void PutValue(TextWriter<Char>& writer, const Guid& value);
-/// Six significant digits, an exponent of at least three; "1.#INF", "-1.#INF", "1.#QNAN", "-1.#IND".
+/// Six significant digits, an exponent of at least three; "1.#INF", "-1.#INF", "1.#QNAN",
+/// "-1.#IND".
 template <typename Char>
 void PutValue(TextWriter<Char>& writer, double value);
 template <typename Char>
@@ -67,8 +68,8 @@ inline void PutMachine(TextWriter<Char>& writer, const T& value) {
     PutValue(writer, value);
 }
 
-/// The display form of a value of the type, with what separates it from the one before. One way, for
-/// people.
+/// The display form of a value of the type, with what separates it from the one before. One way,
+/// for people.
 template <typename Char>
 void WriteDisplay(TextWriter<Char>& writer, std::uint32_t type, std::int32_t value);
 template <typename Char>

@@ -21,7 +21,7 @@ class TextWriter {
         : Cursor(buffer), Remaining(size), DisplayMode(display), Utf8Mode(utf8) {}
 
     Char* Cursor;
-    std::int32_t Remaining;        // below zero: exactly how many are missing
+    std::int64_t Remaining;  // below zero: exactly how many are missing; never wraps
     std::uint32_t HasPrevious = 0;
     std::int32_t ParamIndex = -1;  // of the current parameter; the first Separator brings it to 0
     bool DisplayMode;
@@ -33,15 +33,14 @@ class TextWriter {
         const auto count = static_cast<std::int64_t>(n);
         const bool fits = Remaining >= count;
         Char* const place = Cursor;
-        Remaining = static_cast<std::int32_t>(static_cast<std::uint32_t>(Remaining) -
-                                              static_cast<std::uint32_t>(n));
+        Remaining -= count;
         if (!fits) return nullptr;
         Cursor += n;
         return place;
     }
 
     void Put(const Char* text, std::size_t n) noexcept {
-        if (Char* place = Piece(n)) std::memcpy(place, text, n * sizeof(Char));
+        if (Char* place = Piece(n)) Zinc::Units::Copy(place, text, n * sizeof(Char));
     }
     void Put(std::basic_string_view<Char> text) noexcept { Put(text.data(), text.size()); }
 
@@ -55,8 +54,9 @@ class TextWriter {
     void Put(const Name& name) noexcept { Put(name.In<Char>(), name.length); }
 
     /// Writes a decimal number. Digits come from the back by division at the type's width, after
-    /// negating a negative value. The smallest value of a width stays negative when negated, so that
-    /// its text is "-(": one pass gives the digit "(", and the quotient, being negative, ends it.
+    /// negating a negative value. The smallest value of a width stays negative when negated, so
+    /// that its text is "-(": one pass gives the digit "(", and the quotient, being negative, ends
+    /// it.
     template <typename Integer>
     void PutNumber(Integer value) noexcept {
         Char digits[20];
@@ -65,7 +65,9 @@ class TextWriter {
         if constexpr (std::is_signed_v<Integer>) {
             using Unsigned = std::make_unsigned_t<Integer>;
             const bool negative = value < 0;
-            const auto magnitude = static_cast<Unsigned>(negative ? Unsigned{0} - static_cast<Unsigned>(value) : static_cast<Unsigned>(value));
+            const auto magnitude =
+                static_cast<Unsigned>(negative ? Unsigned{0} - static_cast<Unsigned>(value)
+                                               : static_cast<Unsigned>(value));
             if (static_cast<Integer>(magnitude) < 0)
                 *--at = static_cast<Char>('(');
             else
@@ -75,9 +77,7 @@ class TextWriter {
             at = Digits(at, value);
         }
         const auto count = static_cast<std::size_t>(end - at);
-        if (Char* place = Piece(count)) {
-            for (std::size_t i = 0; i < count; ++i) place[i] = at[i];
-        }
+        if (Char* place = Piece(count)) Zinc::Units::Copy(place, at, count * sizeof(Char));
     }
 
     /// Opens a value: what stands between it and the one before. In display form that is the
@@ -108,8 +108,10 @@ class TextWriter {
 
     /// What closes the list, and the terminator. Returns whether everything fitted.
     bool WriteEnd() noexcept {
-        if (!DisplayMode) PutLiteral(")");
-        PutLiteral("\0");
+        if (DisplayMode)
+            PutLiteral("\0");
+        else
+            PutLiteral(")\0");
         return Remaining >= 0;
     }
 

@@ -348,6 +348,13 @@ SystemTime ParseDateTimeText(const WideChar* text, std::size_t* consumed) {
     return time;
 }
 
+// Not symmetric, and required so: east of Greenwich the minutes are added to the bias although its
+// hours are negative. "GMT+05:30", which BiasToStr writes for -330, reads as -270. Whoever reads
+// the same text elsewhere in the system reads it like this; whole hours are exact.
+static std::int16_t ZoneBias(bool west, int hours, int minutes) noexcept {
+    return static_cast<std::int16_t>(west ? hours * 60 + minutes : minutes - hours * 60);
+}
+
 std::int16_t ParseBiasText(const WideChar* text) {
     SkipBlanks(text);
     if (!TakeZoneWord(text))
@@ -360,10 +367,7 @@ std::int16_t ParseBiasText(const WideChar* text) {
     ExpectChar(text, ':');
     const int minutes = ParseNumberPart(text, kZoneMinute);
     ExpectEnd(text, nullptr);
-    // Not symmetric, and required so: east of Greenwich the minutes are added to the bias although
-    // its hours are negative. "GMT+05:30", which BiasToStr writes for -330, reads as -270. Whoever
-    // reads the same text elsewhere in the system reads it like this; whole hours are exact.
-    return static_cast<std::int16_t>(west ? hours * 60 + minutes : minutes - hours * 60);
+    return ZoneBias(west, hours, minutes);
 }
 
 TZincDateTime ParseDateTime(const WideChar* text) {
@@ -375,6 +379,55 @@ TZincDateTime ParseDateTime(const WideChar* text) {
     value.SetUTCMilliseconds(0, static_cast<std::int64_t>(milliseconds), bias);
     return value;
 }
+
+template <typename Char>
+bool ParseCanonicalDateTime(std::basic_string_view<Char> text, TZincDateTime& value) noexcept {
+    //                                 0         1         2         3
+    //                                 0123456789012345678901234567890123
+    static constexpr char pattern[] = "dddd/dd/dd dd:dd:dd,ddd GMTsdd:dd";
+    constexpr std::size_t length = sizeof pattern - 1;
+    if (text.size() != length) return false;
+    unsigned wrong = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        const auto unit = static_cast<unsigned>(text[i]);
+        if (pattern[i] == 'd')
+            wrong |= unit - '0' > 9 ? 1u : 0u;
+        else if (pattern[i] != 's')
+            wrong |= unit ^ static_cast<unsigned>(pattern[i]);
+    }
+    const auto sign = static_cast<unsigned>(text[27]);
+    if (wrong != 0 || (sign != '+' && sign != '-')) return false;
+    const auto number = [&](std::size_t at, int digits) {
+        unsigned result = 0;
+        for (int i = 0; i < digits; ++i)
+            result =
+                result * 10 + (static_cast<unsigned>(text[at + static_cast<std::size_t>(i)]) - '0');
+        return static_cast<std::uint16_t>(result);
+    };
+    SystemTime time;
+    time.year = number(0, 4);
+    time.month = number(5, 2);
+    time.day = number(8, 2);
+    time.hour = number(11, 2);
+    time.minute = number(14, 2);
+    time.second = number(17, 2);
+    time.millisecond = number(20, 3);
+    const int zoneHours = number(28, 2);
+    const int zoneMinutes = number(31, 2);
+    std::uint64_t fileTime = 0;
+    if (zoneHours > kZoneHour.high || zoneMinutes > kZoneMinute.high ||
+        !Platform::SystemTimeToFileTime(time, fileTime))
+        return false;
+    const int bias = ZoneBias(sign == '-', zoneHours, zoneMinutes);
+    const std::int64_t utc = static_cast<std::int64_t>(fileTime / kFileTimePerMillisecond) +
+                             bias * kMillisecondsPerMinute;
+    if (utc < 0) return false;
+    value = TZincDateTime(static_cast<std::uint64_t>(utc) |
+                          static_cast<std::uint64_t>(static_cast<std::uint16_t>(bias)) << 48);
+    return true;
+}
+template bool ParseCanonicalDateTime(std::string_view, TZincDateTime&) noexcept;
+template bool ParseCanonicalDateTime(WideView, TZincDateTime&) noexcept;
 
 // ---- Zones --------------------------------------------------------------------------------------
 

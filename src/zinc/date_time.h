@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "zinc/exceptions.h"
 
@@ -86,6 +87,11 @@ std::int16_t ParseBiasText(const WideChar* text);
 
 /// Reads a machine text: date and time of day, then the zone. Raises EZincDateTime.
 TZincDateTime ParseDateTime(const WideChar* text);
+
+/// The same for a text in exactly the form that DateTimeToText writes for a year of four digits;
+/// false for any other text, right or wrong.
+template <typename Char>
+bool ParseCanonicalDateTime(std::basic_string_view<Char> text, TZincDateTime& value) noexcept;
 
 /// The year of a count of milliseconds since 1601. Raises EZincDateTime (13) from the year 30828
 /// on.

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 #include <utility>
 
@@ -19,7 +20,7 @@ namespace {
 
 constexpr unsigned char kUntouched = 0xCD;
 
-std::u16string UpToZero(const std::u16string& text) { return text.substr(0, text.find(u'\0')); }
+WideString UpToZero(const WideString& text) { return text.substr(0, text.find(TMX_W('\0'))); }
 
 }  // namespace
 
@@ -78,7 +79,7 @@ T Arguments::As(size_t index) const {
         if constexpr (std::is_same_v<Pointed, char>) {
             return std::get<std::string>(value.data).c_str();
         } else if constexpr (std::is_same_v<Pointed, TmxWChar>) {
-            return std::get<std::u16string>(value.data).c_str();
+            return std::get<WideString>(value.data).c_str();
         } else if constexpr (std::is_same_v<Pointed, TmxObjectRef>) {
             return &flats_[index].object;
         } else if constexpr (std::is_same_v<Pointed, TmxGuidRef>) {
@@ -95,43 +96,70 @@ T Arguments::As(size_t index) const {
 
 namespace {
 
-// The typed pair of one action, called through its argument types.
-template <auto create, auto decode>
-struct Typed;
-
-template <typename... In, typename... Out, TmxHandle (*create)(In...),
-          bool (*decode)(TmxHandle, Out...)>
-struct Typed<create, decode> {
-    static_assert(sizeof...(In) == sizeof...(Out));
-
-    static TmxHandle Create(const Arguments& arguments) {
-        return [&]<size_t... i>(std::index_sequence<i...>) {
-            (void)arguments;
-            return create(arguments.As<In>(i)...);
-        }
-        (std::index_sequence_for<In...>());
+// The typed functions, called through their argument types.
+template <typename... In>
+TmxHandle CallCreate(TmxHandle (*create)(In...), const Arguments& arguments) {
+    return [&]<size_t... i>(std::index_sequence<i...>) {
+        (void)arguments;
+        return create(arguments.As<In>(i)...);
     }
-    static bool Decode(TmxHandle handle, Outs& outs) {
-        return [&]<size_t... i>(std::index_sequence<i...>) {
-            (void)outs;
-            return decode(handle, outs.As<Out>(i)...);
-        }
-        (std::index_sequence_for<Out...>());
+    (std::index_sequence_for<In...>());
+}
+
+template <typename... Out>
+bool CallDecode(bool (*decode)(TmxHandle, Out...), TmxHandle handle, Outs& outs) {
+    return [&]<size_t... i>(std::index_sequence<i...>) {
+        (void)outs;
+        return decode(handle, outs.As<Out>(i)...);
     }
+    (std::index_sequence_for<Out...>());
+}
+
+// The list of all actions as constant tables: quick to compile in every kind of build.
+struct ActionRow {
+    uint32_t code;
+    const char* name;
+    TmxHandle (*create)(const Arguments&);
+    bool (*decode)(TmxHandle, Outs&);
+};
+
+struct ParameterRow {
+    uint32_t code;
+    const char* name;
+    Type type;
+    Kind kind;
+    bool optional;
+};
+
+constexpr ActionRow kActionRows[] = {
+#define TMX_ACTION(code, name, typed)                                                         \
+    {code, #name,                                                                             \
+     [](const Arguments& arguments) { return CallCreate(&TmxAct_Create##typed, arguments); }, \
+     [](TmxHandle handle, Outs& outs) {                                                       \
+         return CallDecode(&TmxAct_Decode##typed, handle, outs);                              \
+     }},
+#include <tmxactions/actions.def>
+};
+
+constexpr ParameterRow kParameterRows[] = {
+#define TMX_PARAMETER(code, name, type, kind, optional) \
+    {code, #name, Type::type, Kind::kind, (optional) != 0},
+#include <tmxactions/actions.def>
 };
 
 std::vector<ActionFacts> MakeActions() {
     std::vector<ActionFacts> actions;
-    // Every parameter in the list stands behind its action.
-#define TMX_ACTION(code, name, typed)                                                \
-    actions.push_back({code,                                                         \
-                       #name,                                                        \
-                       {},                                                           \
-                       &Typed<&TmxAct_Create##typed, &TmxAct_Decode##typed>::Create, \
-                       &Typed<&TmxAct_Create##typed, &TmxAct_Decode##typed>::Decode});
-#define TMX_PARAMETER(code, name, type, kind, optional) \
-    actions.back().parameters.push_back({#name, Type::type, Kind::kind, (optional) != 0, 0});
-#include <tmxactions/actions.def>
+    // Every parameter in the list stands behind its action, in the order of the actions.
+    const ParameterRow* parameter = std::begin(kParameterRows);
+    for (const ActionRow& row : kActionRows) {
+        ActionFacts action = {row.code, row.name, {}, row.create, row.decode};
+        for (; parameter != std::end(kParameterRows) && parameter->code == row.code; ++parameter) {
+            action.parameters.push_back(
+                {parameter->name, parameter->type, parameter->kind, parameter->optional, 0});
+        }
+        actions.push_back(action);
+    }
+    if (parameter != std::end(kParameterRows)) std::abort();
     for (ActionFacts& action : actions) {
         for (size_t i = 0; i < action.parameters.size(); ++i) {
             if (action.parameters[i].type != Type::Enum) continue;
@@ -203,8 +231,8 @@ Value Decoded(const ParameterFacts& parameter, const Outs& outs, size_t index) {
         }
         case Type::WideText: {
             const TmxWChar* text = outs.Get<const TmxWChar*>(index);
-            if (text == nullptr) return {std::u16string(), false};
-            return {std::u16string(text)};
+            if (text == nullptr) return {WideString(), false};
+            return {WideString(text)};
         }
         case Type::ObjectRef: {
             if (!parameter.optional) return {FromFlat(outs.Get<TmxObjectRef>(index))};
@@ -267,7 +295,7 @@ Value Seen(const ParameterFacts& parameter, const Value& value) {
     if (!value.present && !parameter.optional) seen = {ZeroOf(parameter.type)};
     if (auto* narrow = std::get_if<std::string>(&seen.data)) {
         narrow->resize(std::strlen(narrow->c_str()));
-    } else if (auto* wide = std::get_if<std::u16string>(&seen.data)) {
+    } else if (auto* wide = std::get_if<WideString>(&seen.data)) {
         *wide = UpToZero(*wide);
     } else if (auto* object = std::get_if<ObjectRef>(&seen.data)) {
         object->name = UpToZero(object->name);
@@ -331,10 +359,10 @@ std::string Printable(std::string_view text) {
     return printable;
 }
 
-std::string Printable(std::u16string_view text) {
+std::string Printable(WideView text) {
     std::string printable;
-    for (char16_t c : text) {
-        if (c >= u' ' && c < 0x7F) {
+    for (TmxWChar c : text) {
+        if (c >= TMX_W(' ') && c < 0x7F) {
             printable += static_cast<char>(c);
         } else {
             char escape[8];
@@ -357,7 +385,7 @@ Datum ZeroOf(Type type) {
         case Type::AnsiText:
             return std::string();
         case Type::WideText:
-            return std::u16string();
+            return WideString();
         case Type::Bool:
             return false;
         case Type::Guid:
@@ -399,7 +427,7 @@ std::string Describe(const Value& value) {
         std::string operator()(const TmxGuid& v) const { return Hex(&v, sizeof v); }
         std::string operator()(const TmxRect& v) const { return Hex(&v, sizeof v); }
         std::string operator()(const std::string& v) const { return "'" + Printable(v) + "'"; }
-        std::string operator()(const std::u16string& v) const { return "u'" + Printable(v) + "'"; }
+        std::string operator()(const WideString& v) const { return "u'" + Printable(v) + "'"; }
         std::string operator()(const ObjectRef& v) const {
             return "{" + std::to_string(v.id) + ", " + std::to_string(v.number) + ", " +
                    (*this)(v.name) + "}";

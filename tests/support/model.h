@@ -13,7 +13,17 @@
 #include <variant>
 #include <vector>
 
+// A literal of wide text or of one of its units.
+#ifdef _WIN32
+#define TMX_W(literal) L##literal
+#else
+#define TMX_W(literal) u##literal
+#endif
+
 namespace tmxtest {
+
+using WideString = std::basic_string<TmxWChar>;
+using WideView = std::basic_string_view<TmxWChar>;
 
 enum class Type {
     Int32,
@@ -71,34 +81,34 @@ struct DateTime {
 struct ObjectRef {
     int64_t id = 0;
     int32_t number = 0;
-    std::u16string name;
+    WideString name;
     bool operator==(const ObjectRef&) const = default;
 };
 
 struct NamedId {
     int64_t id = 0;
-    std::u16string name;
+    WideString name;
     int32_t number = 0;  // kept in the object, part of no form
     bool operator==(const NamedId&) const = default;
 };
 
 struct GuidRef {
     TmxGuid guid{};
-    std::u16string name;
+    WideString name;
     uint64_t reserved = 0;  // kept in the object, part of no form
 };
 
 struct DataSetEntry {
     std::array<int16_t, 4> words{};
     int32_t number = 0;
-    std::u16string name;
+    WideString name;
     bool operator==(const DataSetEntry&) const = default;
 };
 
 using DataSet = std::vector<DataSetEntry>;
 
 using Datum = std::variant<int32_t, int64_t, double, bool, DateTime, TmxGuid, TmxRect, std::string,
-                           std::u16string, ObjectRef, NamedId, GuidRef, DataSet>;
+                           WideString, ObjectRef, NamedId, GuidRef, DataSet>;
 
 // A parameter's value. Where present is false, data is not looked at: an absent optional parameter,
 // or a required text for which a null pointer is handed in.
@@ -206,7 +216,7 @@ std::string Differences(const ActionFacts& action, const Values& expected, const
 
 std::string Hex(const void* data, size_t size);
 std::string Printable(std::string_view text);
-std::string Printable(std::u16string_view text);
+std::string Printable(WideView text);
 
 // The zero of a parameter's type.
 Datum ZeroOf(Type type);

@@ -24,9 +24,9 @@ class Output {
         bytes.insert(bytes.end(), guid.Data4, guid.Data4 + 8);
     }
 
-    void Wide(const std::u16string& text) {
+    void Wide(const WideString& text) {
         Integer(text.size() + 1, 4);
-        for (char16_t unit : text) Integer(unit, 2);
+        for (TmxWChar unit : text) Integer(unit, 2);
         Integer(0, 2);
     }
 
@@ -69,7 +69,7 @@ class Output {
                 Narrow(std::get<std::string>(data));
                 break;
             case Type::WideText:
-                Wide(std::get<std::u16string>(data));
+                Wide(std::get<WideString>(data));
                 break;
             case Type::ObjectRef: {
                 const auto& value = std::get<ObjectRef>(data);
@@ -91,7 +91,7 @@ class Output {
                 break;
             }
             case Type::DataSet: {
-                std::u16string text;
+                WideString text;
                 const auto put = [&](const std::string& piece) {
                     text.append(piece.begin(), piece.end());
                 };
@@ -126,24 +126,25 @@ class Output {
 // A number out of a stream of characters, as a decimal extractor takes it.
 class NumberStream {
   public:
-    explicit NumberStream(const std::u16string& text) : text_(text) {}
+    explicit NumberStream(const WideString& text) : text_(text) {}
 
     // Takes a number in a range; false leaves the stream bad.
     bool Take(int64_t low, int64_t high, int64_t* value) {
         while (at_ < text_.size() &&
-               (text_[at_] == u' ' || (text_[at_] >= 9 && text_[at_] <= 13))) {
+               (text_[at_] == TMX_W(' ') || (text_[at_] >= 9 && text_[at_] <= 13))) {
             ++at_;
         }
         bool negative = false;
-        if (at_ < text_.size() && (text_[at_] == u'-' || text_[at_] == u'+')) {
-            negative = text_[at_] == u'-';
+        if (at_ < text_.size() && (text_[at_] == TMX_W('-') || text_[at_] == TMX_W('+'))) {
+            negative = text_[at_] == TMX_W('-');
             ++at_;
         }
         int64_t amount = 0;
         size_t digits = 0;
         bool over = false;
-        for (; at_ < text_.size() && text_[at_] >= u'0' && text_[at_] <= u'9'; ++at_, ++digits) {
-            amount = amount * 10 + (text_[at_] - u'0');
+        for (; at_ < text_.size() && text_[at_] >= TMX_W('0') && text_[at_] <= TMX_W('9');
+             ++at_, ++digits) {
+            amount = amount * 10 + (text_[at_] - TMX_W('0'));
             if (amount > int64_t{1} << 40) {
                 over = true;
                 amount = 0;
@@ -155,14 +156,14 @@ class NumberStream {
     }
 
     bool AtEnd() const { return at_ >= text_.size(); }
-    std::u16string Rest() const { return text_.substr(at_); }
+    WideString Rest() const { return text_.substr(at_); }
 
   private:
-    const std::u16string& text_;
+    const WideString& text_;
     size_t at_ = 0;
 };
 
-DataSet ParseDataSet(std::u16string text) {
+DataSet ParseDataSet(WideString text) {
     DataSet set;
     for (;;) {
         DataSetEntry entry;
@@ -174,28 +175,28 @@ DataSet ParseDataSet(std::u16string text) {
         }
         if (!stream.Take(INT32_MIN, INT32_MAX, &value) || stream.AtEnd()) return set;
         entry.number = static_cast<int32_t>(value);
-        const std::u16string rest = stream.Rest();
-        const size_t first = rest.find(u'\'');
-        if (first == std::u16string::npos) return set;
-        const size_t second = rest.find(u'\'', first + 1);
-        if (second == std::u16string::npos) return set;
+        const WideString rest = stream.Rest();
+        const size_t first = rest.find(TMX_W('\''));
+        if (first == WideString::npos) return set;
+        const size_t second = rest.find(TMX_W('\''), first + 1);
+        if (second == WideString::npos) return set;
         // The length is the place of the second apostrophe: right with one blank ahead.
-        std::u16string quoted = rest.substr(first, second);
+        WideString quoted = rest.substr(first, second);
         const size_t end = first + quoted.size();
-        quoted.erase(0, std::min(quoted.find_first_not_of(u'\''), quoted.size()));
-        quoted.erase(quoted.find_last_not_of(u'\'') + 1);
+        quoted.erase(0, std::min(quoted.find_first_not_of(TMX_W('\'')), quoted.size()));
+        quoted.erase(quoted.find_last_not_of(TMX_W('\'')) + 1);
         entry.name = quoted;
         set.push_back(entry);
         size_t at = end;
         bool comma = false;
-        const auto skip = [&](char16_t c) {
+        const auto skip = [&](TmxWChar c) {
             bool any = false;
             for (; at < rest.size() && rest[at] == c; ++at) any = true;
             return any;
         };
-        skip(u' ');
-        comma = skip(u',');
-        skip(u' ');
+        skip(TMX_W(' '));
+        comma = skip(TMX_W(','));
+        skip(TMX_W(' '));
         if (!comma) return set;
         text = rest.substr(at);
     }
@@ -297,12 +298,12 @@ class Input {
         return data;
     }
 
-    std::u16string Wide() {
+    WideString Wide() {
         size_t count = 0;
         const uint8_t* data = Text(2, &count);
-        std::u16string text;
+        WideString text;
         for (size_t i = 0; i < count; ++i) {
-            text += static_cast<char16_t>(data[2 * i] | data[2 * i + 1] << 8);
+            text += static_cast<TmxWChar>(data[2 * i] | data[2 * i + 1] << 8);
         }
         return text;
     }
@@ -392,8 +393,8 @@ class Input {
         if (marker != TMX_PROPERTY_BLOCK_MARKER) Fail();
         if (count > 1000) count = 1000;
         for (int32_t i = 0; i < count && failure_ == 0; ++i) {
-            const std::u16string name = Wide();
-            const std::u16string value = Wide();
+            const WideString name = Wide();
+            const WideString value = Wide();
             if (failure_ == 0) (*properties)[name] = value;
         }
         if (failure_ != 0) {

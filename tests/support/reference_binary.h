@@ -13,7 +13,7 @@
 namespace tmxtest {
 
 using Bytes = std::vector<uint8_t>;
-using Properties = std::map<std::u16string, std::u16string>;
+using Properties = std::map<WideString, WideString>;
 
 // Header, parameters and property block.
 Bytes BinaryForm(const ActionFacts& action, const Values& values,

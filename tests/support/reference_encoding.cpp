@@ -7,12 +7,12 @@ namespace tmxtest {
 namespace {
 
 // The upper part of the page that differs from Latin-1, bytes 80 to 9F.
-constexpr char16_t kPage[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+constexpr TmxWChar kPage[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
                                 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
                                 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
                                 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-char ToPage(char16_t unit) {
+char ToPage(TmxWChar unit) {
     for (unsigned i = 0; i < 32; ++i) {
         if (kPage[i] == unit) return static_cast<char>(0x80 + i);
     }
@@ -21,28 +21,30 @@ char ToPage(char16_t unit) {
 }
 
 // The letter that the page has for a base letter and a combining mark, else 0.
-char16_t Composed(char16_t base, char16_t mark) {
+TmxWChar Composed(TmxWChar base, TmxWChar mark) {
     struct Row {
-        char16_t mark;
-        std::u16string_view bases;
-        std::u16string_view letters;
+        TmxWChar mark;
+        WideView bases;
+        WideView letters;
     };
     static constexpr Row kRows[] = {
-        {0x0300, u"AEIOUaeiou", u"\u00C0\u00C8\u00CC\u00D2\u00D9\u00E0\u00E8\u00EC\u00F2\u00F9"},
-        {0x0301, u"AEIOUYaeiouy",
-         u"\u00C1\u00C9\u00CD\u00D3\u00DA\u00DD\u00E1\u00E9\u00ED\u00F3\u00FA\u00FD"},
-        {0x0302, u"AEIOUaeiou", u"\u00C2\u00CA\u00CE\u00D4\u00DB\u00E2\u00EA\u00EE\u00F4\u00FB"},
-        {0x0303, u"ANOano", u"\u00C3\u00D1\u00D5\u00E3\u00F1\u00F5"},
-        {0x0308, u"AEIOUYaeiouy",
-         u"\u00C4\u00CB\u00CF\u00D6\u00DC\u0178\u00E4\u00EB\u00EF\u00F6\u00FC\u00FF"},
-        {0x030A, u"Aa", u"\u00C5\u00E5"},
-        {0x030C, u"SZsz", u"\u0160\u017D\u0161\u017E"},
-        {0x0327, u"Cc", u"\u00C7\u00E7"},
+        {0x0300, TMX_W("AEIOUaeiou"),
+         TMX_W("\u00C0\u00C8\u00CC\u00D2\u00D9\u00E0\u00E8\u00EC\u00F2\u00F9")},
+        {0x0301, TMX_W("AEIOUYaeiouy"),
+         TMX_W("\u00C1\u00C9\u00CD\u00D3\u00DA\u00DD\u00E1\u00E9\u00ED\u00F3\u00FA\u00FD")},
+        {0x0302, TMX_W("AEIOUaeiou"),
+         TMX_W("\u00C2\u00CA\u00CE\u00D4\u00DB\u00E2\u00EA\u00EE\u00F4\u00FB")},
+        {0x0303, TMX_W("ANOano"), TMX_W("\u00C3\u00D1\u00D5\u00E3\u00F1\u00F5")},
+        {0x0308, TMX_W("AEIOUYaeiouy"),
+         TMX_W("\u00C4\u00CB\u00CF\u00D6\u00DC\u0178\u00E4\u00EB\u00EF\u00F6\u00FC\u00FF")},
+        {0x030A, TMX_W("Aa"), TMX_W("\u00C5\u00E5")},
+        {0x030C, TMX_W("SZsz"), TMX_W("\u0160\u017D\u0161\u017E")},
+        {0x0327, TMX_W("Cc"), TMX_W("\u00C7\u00E7")},
     };
     for (const Row& row : kRows) {
         if (row.mark != mark) continue;
         const size_t at = row.bases.find(base);
-        if (at != std::u16string_view::npos) return row.letters[at];
+        if (at != WideView::npos) return row.letters[at];
     }
     return 0;
 }
@@ -68,13 +70,13 @@ void AppendUtf8(std::string& text, uint32_t point) {
 
 }  // namespace
 
-std::string ToNarrow(std::u16string_view text, bool utf8) {
+std::string ToNarrow(WideView text, bool utf8) {
     std::string narrow;
     for (size_t i = 0; i < text.size(); ++i) {
-        const char16_t unit = text[i];
-        const char16_t next = i + 1 < text.size() ? text[i + 1] : u'\0';
+        const TmxWChar unit = text[i];
+        const TmxWChar next = i + 1 < text.size() ? text[i + 1] : TMX_W('\0');
         if (!utf8) {
-            const char16_t composed = Composed(unit, next);
+            const TmxWChar composed = Composed(unit, next);
             narrow += ToPage(composed != 0 ? composed : unit);
             if (composed != 0) ++i;
         } else if (unit >= 0xD800 && unit < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
@@ -89,12 +91,12 @@ std::string ToNarrow(std::u16string_view text, bool utf8) {
     return narrow;
 }
 
-std::u16string ToWide(std::string_view text, bool utf8) {
-    std::u16string wide;
+WideString ToWide(std::string_view text, bool utf8) {
+    WideString wide;
     for (size_t i = 0; i < text.size();) {
         const auto first = static_cast<unsigned char>(text[i]);
         if (!utf8) {
-            wide += first >= 0x80 && first < 0xA0 ? kPage[first - 0x80] : char16_t{first};
+            wide += first >= 0x80 && first < 0xA0 ? kPage[first - 0x80] : TmxWChar{first};
             ++i;
             continue;
         }
@@ -117,7 +119,7 @@ std::u16string ToWide(std::string_view text, bool utf8) {
             if (first == 0xF0) low = 0x90;
             if (first == 0xF4) high = 0x8F;
         } else if (first >= 0x80) {
-            wide += u'\uFFFD';
+            wide += TMX_W('\uFFFD');
             ++i;
             continue;
         }
@@ -135,17 +137,17 @@ std::u16string ToWide(std::string_view text, bool utf8) {
             ++i;
         }
         if (!good) {
-            wide += u'\uFFFD';
+            wide += TMX_W('\uFFFD');
         } else if (point < 0x10000) {
-            wide += static_cast<char16_t>(point);
+            wide += static_cast<TmxWChar>(point);
         } else {
-            wide += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
-            wide += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+            wide += static_cast<TmxWChar>(0xD800 + ((point - 0x10000) >> 10));
+            wide += static_cast<TmxWChar>(0xDC00 + ((point - 0x10000) & 0x3FF));
         }
     }
     return wide;
 }
 
-std::u16string Widened(std::string_view text) { return {text.begin(), text.end()}; }
+WideString Widened(std::string_view text) { return {text.begin(), text.end()}; }
 
 }  // namespace tmxtest

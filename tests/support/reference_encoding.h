@@ -5,17 +5,19 @@
 #include <string>
 #include <string_view>
 
+#include "support/model.h"
+
 namespace tmxtest {
 
 // A unit that the page lacks becomes "?"; an unpaired surrogate becomes U+FFFD in UTF-8. In the
 // code page a base letter and a following combining mark become one letter where the page has it.
-std::string ToNarrow(std::u16string_view text, bool utf8);
+std::string ToNarrow(WideView text, bool utf8);
 
 // Ill-formed UTF-8 becomes one U+FFFD for each maximal part.
-std::u16string ToWide(std::string_view text, bool utf8);
+WideString ToWide(std::string_view text, bool utf8);
 
 // Widens ASCII.
-std::u16string Widened(std::string_view text);
+WideString Widened(std::string_view text);
 
 }  // namespace tmxtest
 

@@ -17,7 +17,7 @@ uint32_t Fold(uint32_t c) {
     return c;
 }
 
-std::vector<uint32_t> FoldedPoints(const std::u16string& text) {
+std::vector<uint32_t> FoldedPoints(const WideString& text) {
     std::vector<uint32_t> points;
     for (size_t i = 0; i < text.size(); ++i) {
         uint32_t point = text[i];
@@ -42,7 +42,7 @@ bool EqualNarrow(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-bool EqualWide(const std::u16string& a, const std::u16string& b) {
+bool EqualWide(const WideString& a, const WideString& b) {
     return a.size() == b.size() && FoldedPoints(a) == FoldedPoints(b);
 }
 
@@ -71,7 +71,7 @@ bool EqualByRule(const ParameterFacts& parameter, const Value& givenA, const Val
         case Type::AnsiText:
             return EqualNarrow(std::get<std::string>(a.data), std::get<std::string>(b.data));
         case Type::WideText:
-            return EqualWide(std::get<std::u16string>(a.data), std::get<std::u16string>(b.data));
+            return EqualWide(std::get<WideString>(a.data), std::get<WideString>(b.data));
         case Type::ObjectRef: {
             const auto& left = std::get<ObjectRef>(a.data);
             const auto& right = std::get<ObjectRef>(b.data);

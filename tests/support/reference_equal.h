@@ -8,7 +8,7 @@ namespace tmxtest {
 
 // Wide texts: case folded for the letters of Latin-1, Greek, Cyrillic and Deseret, which is all
 // that the tests compare.
-bool EqualWide(const std::u16string& a, const std::u16string& b);
+bool EqualWide(const WideString& a, const WideString& b);
 
 // a stands on the left: for references it chooses what is compared.
 bool EqualByRule(const ParameterFacts& parameter, const Value& a, const Value& b);

@@ -1,12 +1,14 @@
 #include "support/reference_text.h"
 
-#include <locale.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iomanip>
 #include <limits>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
 #include <type_traits>
 
 #include "support/reference_encoding.h"
@@ -103,13 +105,17 @@ std::string DisplayTime(const Calendar& c) {
     time.tm_sec = c.second;
     const int64_t days = ToMilliseconds(c) / kMillisecondsOfDay;
     time.tm_wday = static_cast<int>((days + 1) % 7);
-    char text[128];
-    const locale_t environment = newlocale(LC_TIME_MASK, "", nullptr);
-    const size_t length = environment != nullptr
-                              ? strftime_l(text, sizeof text, "%x %X", &time, environment)
-                              : std::strftime(text, sizeof text, "%x %X", &time);
-    if (environment != nullptr) freelocale(environment);
-    return {text, length};
+    // The form of the environment's locale, as the system prints it.
+    std::locale locale = std::locale::classic();
+    try {
+        locale = std::locale(locale, "", std::locale::time);
+    } catch (const std::runtime_error&) {
+        // The environment names a locale that isn't there.
+    }
+    std::ostringstream stream;
+    stream.imbue(locale);
+    stream << std::put_time(&time, "%x %X");
+    return stream.str();
 }
 
 // ---- Writer ------------------------------------------------------------------------------------
@@ -200,7 +206,7 @@ class Writer {
         if (named_) Ascii(parameter.name + ": ");
     }
 
-    void Wide(const std::u16string& value) {
+    void Wide(const WideString& value) {
         if constexpr (std::is_same_v<Char, char>) {
             text += ToNarrow(value, utf8_);
         } else {
@@ -216,7 +222,7 @@ class Writer {
         }
     }
 
-    void Quoted(const std::u16string& value) {
+    void Quoted(const WideString& value) {
         Ascii("\"");
         Wide(value);
         Ascii("\"");
@@ -304,7 +310,7 @@ class Writer {
                 Ascii("\"");
                 break;
             case Type::WideText:
-                Quoted(std::get<std::u16string>(data));
+                Quoted(std::get<WideString>(data));
                 break;
             case Type::Guid:
                 Ascii("\"" + GuidText(std::get<TmxGuid>(data)) + "\"");
@@ -398,18 +404,18 @@ struct Raised {
 // The date-time and zone between two quotes.
 class TimeParser {
   public:
-    explicit TimeParser(const std::u16string& text) : text_(text) {}
+    explicit TimeParser(const WideString& text) : text_(text) {}
 
     uint64_t Parse() {
         Calendar c;
         SkipBlanks();
         c.year = Part(4, 1601, 9999, TmxDateTimeError_Year, "year");
-        Expect(u'/');
+        Expect(TMX_W('/'));
         c.month = Part(2, 1, 12, TmxDateTimeError_Month, "month");
-        Expect(u'/');
+        Expect(TMX_W('/'));
         c.day = Part(2, 1, DaysOfMonth(c.year, c.month), TmxDateTimeError_Day, "day");
-        if (Here() != u'\0') {
-            Expect(u' ');
+        if (Here() != TMX_W('\0')) {
+            Expect(TMX_W(' '));
             SkipBlanks();
             if (IsDigit(Here())) Clock(&c);
         }
@@ -425,22 +431,22 @@ class TimeParser {
     }
 
   private:
-    static bool IsDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+    static bool IsDigit(TmxWChar c) { return c >= TMX_W('0') && c <= TMX_W('9'); }
 
-    char16_t Here() const { return at_ < text_.size() ? text_[at_] : u'\0'; }
+    TmxWChar Here() const { return at_ < text_.size() ? text_[at_] : TMX_W('\0'); }
 
     void SkipBlanks() {
-        while (Here() == u' ') ++at_;
+        while (Here() == TMX_W(' ')) ++at_;
     }
 
     void Clock(Calendar* c) {
         c->hour = Part(2, 0, 23, TmxDateTimeError_Hour, "hour");
-        Expect(u':');
+        Expect(TMX_W(':'));
         c->minute = Part(2, 0, 59, TmxDateTimeError_Minute, "minute");
-        if (Here() != u':') return;
+        if (Here() != TMX_W(':')) return;
         ++at_;
         c->second = Part(2, 0, 59, TmxDateTimeError_Second, "second");
-        if (Here() != u',') return;
+        if (Here() != TMX_W(',')) return;
         ++at_;
         c->millisecond = Part(3, 0, 999, TmxDateTimeError_Millisecond, "millisecond");
     }
@@ -449,8 +455,9 @@ class TimeParser {
         SkipBlanks();
         std::string word;
         for (size_t i = at_; i < at_ + 3 && i < text_.size(); ++i) {
-            char16_t c = text_[i];
-            if (c >= u'a' && c <= u'z') c = static_cast<char16_t>(c - u'a' + u'A');
+            TmxWChar c = text_[i];
+            if (c >= TMX_W('a') && c <= TMX_W('z'))
+                c = static_cast<TmxWChar>(c - TMX_W('a') + TMX_W('A'));
             word += c < 0x80 ? static_cast<char>(c) : '?';
         }
         if (word != "GMT" && word != "UTC") {
@@ -460,16 +467,16 @@ class TimeParser {
         at_ += 3;
         SkipBlanks();
         bool west = false;
-        if (Here() == u'+' || Here() == u'-') {
-            west = Here() == u'-';
+        if (Here() == TMX_W('+') || Here() == TMX_W('-')) {
+            west = Here() == TMX_W('-');
             ++at_;
         }
         SkipBlanks();
         const int hours = Part(2, 0, 14, TmxDateTimeError_Hour, "hour");
-        Expect(u':');
+        Expect(TMX_W(':'));
         const int minutes = Part(2, 0, 59, TmxDateTimeError_Minute, "minute");
         SkipBlanks();
-        if (Here() != u'\0') {
+        if (Here() != TMX_W('\0')) {
             RaiseDateTime(TmxDateTimeError_ExpectedEnd, "End of date/time string or expected.");
         }
         // East of Greenwich the minutes are added, though they would have to be subtracted.
@@ -480,7 +487,7 @@ class TimeParser {
         int value = 0;
         int digits = 0;
         while (digits < maxDigits && IsDigit(Here())) {
-            value = value * 10 + (Here() - u'0');
+            value = value * 10 + (Here() - TMX_W('0'));
             ++digits;
             ++at_;
         }
@@ -494,7 +501,7 @@ class TimeParser {
         return value;
     }
 
-    void Expect(char16_t c) {
+    void Expect(TmxWChar c) {
         if (Here() != c) {
             RaiseDateTime(TmxDateTimeError_ExpectedCharacter,
                           std::string("'") + static_cast<char>(c) + "' expected.");
@@ -502,7 +509,7 @@ class TimeParser {
         ++at_;
     }
 
-    const std::u16string& text_;
+    const WideString& text_;
     size_t at_ = 0;
 };
 
@@ -764,7 +771,7 @@ class Reader {
     // A comma, and something behind it.
     bool Comma() { return Token(',') && SkipToToken(); }
 
-    std::u16string AsWide(const String& value) const {
+    WideString AsWide(const String& value) const {
         if constexpr (std::is_same_v<Char, char>) {
             return ToWide(value, utf8_);
         } else {
@@ -781,7 +788,7 @@ class Reader {
     }
 
     // Wide by the ANSI code page, whatever the flag says.
-    static std::u16string AnsiWide(const String& value) {
+    static WideString AnsiWide(const String& value) {
         if constexpr (std::is_same_v<Char, char>) {
             return ToWide(value, false);
         } else {
@@ -1039,9 +1046,9 @@ std::optional<std::string> NarrowText(const ActionFacts& action, const Values& v
     return writer.text;
 }
 
-std::optional<std::u16string> WideText(const ActionFacts& action, const Values& values,
-                                       bool display, bool utf8) {
-    Writer<char16_t> writer(display, utf8);
+std::optional<WideString> WideText(const ActionFacts& action, const Values& values, bool display,
+                                   bool utf8) {
+    Writer<TmxWChar> writer(display, utf8);
     if (!writer.Write(action, values)) return std::nullopt;
     return writer.text;
 }
@@ -1050,8 +1057,8 @@ TextReading ReadNarrowText(const std::string& text, uint32_t length, bool utf8) 
     return Reader<char>(text, Measured(text.size(), length), utf8).Read();
 }
 
-TextReading ReadWideText(const std::u16string& text, uint32_t length, bool utf8) {
-    return Reader<char16_t>(text, Measured(text.size(), length), utf8).Read();
+TextReading ReadWideText(const WideString& text, uint32_t length, bool utf8) {
+    return Reader<TmxWChar>(text, Measured(text.size(), length), utf8).Read();
 }
 
 }  // namespace tmxtest

@@ -16,8 +16,8 @@ namespace tmxtest {
 // calendar date.
 std::optional<std::string> NarrowText(const ActionFacts& action, const Values& values, bool display,
                                       bool utf8);
-std::optional<std::u16string> WideText(const ActionFacts& action, const Values& values,
-                                       bool display, bool utf8);
+std::optional<WideString> WideText(const ActionFacts& action, const Values& values, bool display,
+                                   bool utf8);
 
 struct TextReading {
     const ActionFacts* action = nullptr;  // null where no handle is made
@@ -36,7 +36,7 @@ struct TextReading {
 // Reads one action (never a match action). text is read up to its end as if a zero stood there,
 // wherever length ends.
 TextReading ReadNarrowText(const std::string& text, uint32_t length, bool utf8);
-TextReading ReadWideText(const std::u16string& text, uint32_t length, bool utf8);
+TextReading ReadWideText(const WideString& text, uint32_t length, bool utf8);
 
 }  // namespace tmxtest
 

@@ -14,7 +14,7 @@ constexpr TmxGuid kRestOfTime = {
     0xbaa41e7c, 0x9328, 0x427e, {0x94, 0x3d, 0xa6, 0x6b, 0x44, 0xef, 0x2f, 0xdb}};
 
 // 2026-11-15 11:00:00,000 UTC.
-constexpr uint64_t kNoon = 13438983600000;
+constexpr uint64_t kNoon = 13439214000000;
 
 uint64_t TimeValue(uint64_t milliseconds, int bias) {
     return milliseconds | static_cast<uint64_t>(static_cast<uint16_t>(bias)) << 48;
@@ -29,7 +29,7 @@ TmxGuid NumberedGuid(unsigned number) {
     return guid;
 }
 
-std::u16string Name(const char16_t* prefix, unsigned number) {
+WideString Name(const TmxWChar* prefix, unsigned number) {
     return prefix + Widened(std::to_string(number));
 }
 
@@ -46,19 +46,21 @@ Datum TypicalDatum(Type type, unsigned place, unsigned variant) {
                                                               : n % 3 == 1 ? 300
                                                                            : 0)};
         case Type::AnsiText:
-            return "narrow " + std::to_string(n) + "\xE4";
+            // Well-formed in both encodings.
+            return "narrow " + std::to_string(n) + "\xC3\xA4";
         case Type::WideText:
-            return Name(u"wide \u00E4\u20AC, (", n);
+            return Name(TMX_W("wide \u00E4\u20AC, ("), n);
         case Type::Bool:
             return (place + variant) % 2 == 0;
         case Type::Guid:
             return NumberedGuid(n);
         case Type::NamedId:
-            return NamedId{n, Name(u"named ", n), static_cast<int32_t>(n + 1)};
+            return NamedId{n, Name(TMX_W("named "), n), static_cast<int32_t>(n + 1)};
         case Type::ObjectRef:
-            return ObjectRef{n + 0x100000000, static_cast<int32_t>(n + 7), Name(u"object ", n)};
+            return ObjectRef{n + 0x100000000, static_cast<int32_t>(n + 7),
+                             Name(TMX_W("object "), n)};
         case Type::GuidRef:
-            return GuidRef{NumberedGuid(n + 50), Name(u"guid ", n), n + 3};
+            return GuidRef{NumberedGuid(n + 50), Name(TMX_W("guid "), n), n + 3};
         case Type::Double:
             return n + 0.5;
         case Type::Rect: {
@@ -67,7 +69,8 @@ Datum TypicalDatum(Type type, unsigned place, unsigned variant) {
         }
         case Type::DataSet: {
             const auto a = static_cast<int16_t>(n);
-            return DataSet{{{a, 2, -3, 4}, 7, Name(u"left ", n)}, {{5, 6, 7, a}, -1, u"right"}};
+            return DataSet{{{a, 2, -3, 4}, 7, Name(TMX_W("left "), n)},
+                           {{5, 6, 7, a}, -1, TMX_W("right")}};
         }
     }
     std::abort();
@@ -78,33 +81,33 @@ const T& Pick(const std::vector<T>& list, unsigned index) {
     return list[index % list.size()];
 }
 
-const std::vector<std::u16string>& WideTexts() {
-    static const std::vector<std::u16string> texts = [] {
-        std::u16string longest;
-        for (int i = 0; i < 5000; ++i) longest += static_cast<char16_t>(u'a' + i % 26);
-        std::u16string umlauts;
-        for (int i = 0; i < 255; ++i) umlauts += i % 2 == 0 ? u'\u00FC' : u'\u00DF';
-        std::u16string page;
-        for (char16_t c = 1; c < 0x180; ++c) {
-            if (c != u'"') page += c;
+const std::vector<WideString>& WideTexts() {
+    static const std::vector<WideString> texts = [] {
+        WideString longest;
+        for (int i = 0; i < 5000; ++i) longest += static_cast<TmxWChar>(TMX_W('a') + i % 26);
+        WideString umlauts;
+        for (int i = 0; i < 255; ++i) umlauts += i % 2 == 0 ? TMX_W('\u00FC') : TMX_W('\u00DF');
+        WideString page;
+        for (TmxWChar c = 1; c < 0x180; ++c) {
+            if (c != TMX_W('"')) page += c;
         }
-        return std::vector<std::u16string>{
-            u"123456789012345678901234",
+        return std::vector<WideString>{
+            TMX_W("123456789012345678901234"),
             longest,
             umlauts,
-            u"\U0001F3A5 camera \U00010400\U0010FFFF",
-            std::u16string(u"low \xDC00 high \xD800"),
-            std::u16string(1, char16_t{0xD83D}),
-            u"a \"quoted\" word",
-            u"A\u0308o\u0308 n\u0303 z\u030C q\u0308 \u0308",
-            u"\uFFFF\uFEFF\u4E2D\u6587 \u20AC\u2122\u0178",
+            TMX_W("\U0001F3A5 camera \U00010400\U0010FFFF"),
+            WideString(TMX_W("low \xDC00 high \xD800")),
+            WideString(1, TmxWChar{0xD83D}),
+            TMX_W("a \"quoted\" word"),
+            TMX_W("A\u0308o\u0308 n\u0303 z\u030C q\u0308 \u0308"),
+            TMX_W("\uFFFF\uFEFF\u4E2D\u6587 \u20AC\u2122\u0178"),
             page,
-            u"' , '' ), ({ }",
-            u"\r\n\ttab\\n",
-            u"12345678901234567890123456789012",
-            u"x",
-            u"\"",
-            std::u16string(u"\xDBFF\xDBFF\xDFFF\xDFFF"),
+            TMX_W("' , '' ), ({ }"),
+            TMX_W("\r\n\ttab\\n"),
+            TMX_W("12345678901234567890123456789012"),
+            TMX_W("x"),
+            TMX_W("\""),
+            WideString(TMX_W("\xDBFF\xDBFF\xDFFF\xDFFF")),
         };
     }();
     return texts;
@@ -192,27 +195,27 @@ Datum ExtremeDatum(Type type, unsigned i) {
         }
         case Type::NamedId:
             return Pick<NamedId>({{0, Pick(WideTexts(), i), 5},
-                                  {Limits64::min(), u"least", 0},
+                                  {Limits64::min(), TMX_W("least"), 0},
                                   {Limits64::max(), Pick(WideTexts(), i), 0},
-                                  {-1, u"", 1},
-                                  {0, u"", 3},
+                                  {-1, TMX_W(""), 1},
+                                  {0, TMX_W(""), 3},
                                   {1, Pick(WideTexts(), i), -2}},
                                  i);
         case Type::ObjectRef:
             return Pick<ObjectRef>({{0, 0, Pick(WideTexts(), i)},
-                                    {Limits64::min(), Limits32::min(), u"least"},
+                                    {Limits64::min(), Limits32::min(), TMX_W("least")},
                                     {Limits64::max(), Limits32::max(), Pick(WideTexts(), i)},
-                                    {0, Limits32::min(), u""},
-                                    {0, -1, u""},
-                                    {-1, 0, u""},
+                                    {0, Limits32::min(), TMX_W("")},
+                                    {0, -1, TMX_W("")},
+                                    {-1, 0, TMX_W("")},
                                     {0, 5, Pick(WideTexts(), i)},
-                                    {Limits64::min() + 1, Limits32::min() + 1, u"\""}},
+                                    {Limits64::min() + 1, Limits32::min() + 1, TMX_W("\"")}},
                                    i);
         case Type::GuidRef:
             return Pick<GuidRef>({{TmxGuid{}, Pick(WideTexts(), i), 0},
                                   {kRestOfTime, Pick(WideTexts(), i), ~0ull},
-                                  {kRestOfTime, u"", 1},
-                                  {NumberedGuid(i), u"", 2},
+                                  {kRestOfTime, TMX_W(""), 1},
+                                  {NumberedGuid(i), TMX_W(""), 2},
                                   {NumberedGuid(i + 1), Pick(WideTexts(), i + 3), 0}},
                                  i);
         case Type::Rect:
@@ -230,10 +233,10 @@ Datum ExtremeDatum(Type type, unsigned i) {
             }
             return Pick<DataSet>(
                 {many,
-                 {{{1, 2, 3, 4}, Limits32::min(), u"it's"}, {{5, 6, 7, 8}, 9, u""}},
-                 {{{-32768, 0, 0, 0}, -1, u"x"}},
-                 {{{1, 2, 3, 4}, 5, u"a \"b\""}},
-                 {{{1, 2, 3, 4}, 5, u"''"}, {{1, 2, 3, 4}, 6, u", 1 2 3 4 5 'y"}},
+                 {{{1, 2, 3, 4}, Limits32::min(), TMX_W("it's")}, {{5, 6, 7, 8}, 9, TMX_W("")}},
+                 {{{-32768, 0, 0, 0}, -1, TMX_W("x")}},
+                 {{{1, 2, 3, 4}, 5, TMX_W("a \"b\"")}},
+                 {{{1, 2, 3, 4}, 5, TMX_W("''")}, {{1, 2, 3, 4}, 6, TMX_W(", 1 2 3 4 5 'y")}},
                  {{{1, 2, 3, 4}, 0, Pick(WideTexts(), i)}}},
                 i);
         }
@@ -255,8 +258,13 @@ Values Typical(const ActionFacts& action, unsigned variant) {
 Values Extreme(const ActionFacts& action, unsigned variant) {
     Values values;
     for (const ParameterFacts& parameter : action.parameters) {
-        values.push_back(
-            {ExtremeDatum(parameter.type, static_cast<unsigned>(values.size()) + variant)});
+        const auto place = static_cast<unsigned>(values.size());
+        if (parameter.type == Type::Bool) {
+            // Over the variants each bit of the place is shown, so that no two bools agree in all.
+            values.push_back({(place >> variant % 5 & 1) != 0});
+        } else {
+            values.push_back({ExtremeDatum(parameter.type, place + variant)});
+        }
     }
     return values;
 }

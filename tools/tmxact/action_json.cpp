@@ -79,7 +79,8 @@ struct Putting {
     }
 
     template <typename T>
-    static constexpr bool kIsText = std::is_same_v<T, const char*> || std::is_same_v<T, const TmxWChar*>;
+    static constexpr bool kIsText =
+        std::is_same_v<T, const char*> || std::is_same_v<T, const TmxWChar*>;
 
     // What a Decode function gave: a value or a text, or the address of an optional value, which
     // is null where it is absent.
@@ -121,9 +122,9 @@ struct Row {
 };
 
 constexpr Row kRows[] = {
-#define TMX_ACTION(code, name, typed)                                                         \
-    {code, [](TmxHandle handle, const ActionFacts& facts, JsonText& json, bool mayBeUtf8) {   \
-         return PutDecoded(&TmxAct_Decode##typed, handle, facts, json, mayBeUtf8);            \
+#define TMX_ACTION(code, name, typed)                                                       \
+    {code, [](TmxHandle handle, const ActionFacts& facts, JsonText& json, bool mayBeUtf8) { \
+         return PutDecoded(&TmxAct_Decode##typed, handle, facts, json, mayBeUtf8);          \
      }},
 #include <tmxactions/actions.def>
 };
@@ -188,9 +189,9 @@ bool PutTemplate(JsonText& json, TmxHandle handle) {
     std::u16string text(256, u'\0');
     std::uint32_t written = 0;
     for (;;) {
-        const bool stored = TmxAct_StoreToTextBufferW(handle, reinterpret_cast<TmxWChar*>(text.data()),
-                                                      static_cast<std::uint32_t>(text.size()), false,
-                                                      false, &written);
+        const bool stored = TmxAct_StoreToTextBufferW(
+            handle, reinterpret_cast<TmxWChar*>(text.data()),
+            static_cast<std::uint32_t>(text.size()), false, false, &written);
         if (stored) break;
         if (written <= text.size()) return false;
         text.resize(written);

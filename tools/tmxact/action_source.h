@@ -30,9 +30,9 @@ struct ReadAction {
 
 // Something in the input that is no action.
 struct Refusal {
-    std::string where;    // FILE:LINE:COLUMN or FILE:OFFSET
-    std::string reason;   // one line, UTF-8
-    std::string excerpt;  // what stands there, one line, UTF-8; may be empty
+    std::string where;      // FILE:LINE:COLUMN or FILE:OFFSET
+    std::string reason;     // one line, UTF-8
+    std::string excerpt;    // what stands there, one line, UTF-8; may be empty
     std::size_t caret = 0;  // the column of the place in it, from 0
 };
 
@@ -45,7 +45,7 @@ class ReadEvents {
 };
 
 struct SourceOptions {
-    bool ansi = false;                             // action text is in the ANSI code page
+    bool ansi = false;                                  // action text is in the ANSI code page
     std::size_t largestAction = std::size_t{64} << 20;  // bytes
 };
 

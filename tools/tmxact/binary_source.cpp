@@ -64,7 +64,9 @@ bool BinarySource::Next(ReadAction& action) {
             TMX_ANY_MESSAGE_CLASS, &used));
         if (action.handle == nullptr) {
             std::string reason = LastErrorText();
-            if (reason.empty()) reason = "the library refuses the action";
+            if (reason.empty())
+                reason = walker_.IsTemplate() ? "the library makes no template of it"
+                                              : "the library refuses the action";
             Refuse(0, walker_.Action()->name + ": " + reason);
             continue;
         }
@@ -89,8 +91,8 @@ void BinarySource::Refuse(std::size_t position, std::string reason) {
     std::string before;
     const std::size_t shown = std::min(kShownBytes / 2, position + behind.size());
     for (std::size_t back = shown; back > 0; --back)
-        before += back <= position ? window[position - back]
-                                   : behind[behind.size() - (back - position)];
+        before +=
+            back <= position ? window[position - back] : behind[behind.size() - (back - position)];
     refusal.excerpt = Dump(before, window.substr(position, kShownBytes - shown), refusal.caret);
     events_.Refused(refusal);
     Resynchronise();
@@ -102,7 +104,8 @@ void BinarySource::Resynchronise() {
     std::size_t from = 1;
     for (;;) {
         const std::string_view window = input_.Window();
-        const std::size_t begin = std::min(window.find('\x01', std::min(from, window.size())), window.size());
+        const std::size_t begin =
+            std::min(window.find('\x01', std::min(from, window.size())), window.size());
         input_.Consume(begin);
         from = 0;
         if (begin == window.size()) {

@@ -43,7 +43,8 @@ const char* ProgramOf(std::uint32_t type) {
 
 bool BinaryWalker::BeginsLikeAction(std::string_view bytes) noexcept {
     if (bytes.empty() || (bytes[0] != 1 && bytes[0] != 2)) return false;
-    return std::all_of(bytes.begin() + 1, bytes.begin() + std::min<std::ptrdiff_t>(4, std::ssize(bytes)),
+    return std::all_of(bytes.begin() + 1,
+                       bytes.begin() + std::min<std::ptrdiff_t>(4, std::ssize(bytes)),
                        [](char c) { return c == 0; });
 }
 
@@ -148,8 +149,8 @@ std::string BinaryWalker::Naming() const {
     if (stage_ != Stage::kFlag && stage_ != Stage::kValue) return action_->name + ": ";
     const ParameterFacts& facts = Parameter();
     if (template_ && parameter_ == 0) return action_->name + ": the description: ";
-    return action_->name + ": parameter " + std::to_string(parameter_ + (template_ ? 0 : 1)) + ", " +
-           facts.name + " (" + TypeText(facts) + "): ";
+    return action_->name + ": parameter " + std::to_string(parameter_ + (template_ ? 0 : 1)) +
+           ", " + facts.name + " (" + TypeText(facts) + "): ";
 }
 
 BinaryWalker::Step BinaryWalker::Broken(std::string reason) {

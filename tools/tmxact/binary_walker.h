@@ -23,8 +23,7 @@ class BinaryWalker {
 
     void Begin();
 
-    // Goes on; bytes begins at the action. last tells that nothing more will come, and then
-    // remaining is what is left in all.
+    // Goes on; bytes begins at the action. last tells that nothing more will come.
     Outcome Walk(std::string_view bytes, bool last);
 
     // Where the walk stands: behind the action, or at the field that can't be read.

@@ -95,8 +95,8 @@ std::string Printable(std::string_view text, bool ansi) {
             continue;
         }
         const std::size_t length = Utf8Length(text.substr(at, 4));
-        const bool control = length == 2 && byte == 0xC2 &&
-                             static_cast<unsigned char>(text[at + 1]) < 0xA0;
+        const bool control =
+            length == 2 && byte == 0xC2 && static_cast<unsigned char>(text[at + 1]) < 0xA0;
         if (length == 0 || control) {
             AppendUtf8(out, kReplacement);
         } else {

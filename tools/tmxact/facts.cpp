@@ -39,8 +39,7 @@ constexpr std::string_view Spelled() {
 
 template <typename Enum, std::size_t... Values>
 constexpr auto SpelledAll(std::index_sequence<Values...>) {
-    return std::array<std::string_view, sizeof...(Values)>{
-        Spelled<static_cast<Enum>(Values)>()...};
+    return std::array<std::string_view, sizeof...(Values)>{Spelled<static_cast<Enum>(Values)>()...};
 }
 
 // The bounds are those of the smallest bit field that holds every enumerator.
@@ -86,8 +85,8 @@ const Facts& Facts::Get() {
 
 Facts::Facts() {
     std::vector<TmxEnumValueInfo> values(TmxAct_GetNumberOfEnumValues(TMX_NONE));
-    values.resize(TmxAct_EnumerateEnumValues(
-        values.data(), static_cast<std::uint32_t>(values.size()), TMX_NONE));
+    values.resize(TmxAct_EnumerateEnumValues(values.data(),
+                                             static_cast<std::uint32_t>(values.size()), TMX_NONE));
     for (const TmxEnumValueInfo& value : values) {
         EnumFacts& facts = enums_[value.enumId];
         facts.id = value.enumId;
@@ -96,9 +95,10 @@ Facts::Facts() {
     }
 
     std::vector<TmxActionClassInfo> classes(TmxAct_GetNumberOfActionClasses());
-    classes.resize(TmxAct_EnumerateActionClasses(classes.data(),
-                                                 static_cast<std::uint32_t>(classes.size())));
-    for (const TmxActionClassInfo& each : classes) classes_.push_back({each.classId, each.name, {}});
+    classes.resize(
+        TmxAct_EnumerateActionClasses(classes.data(), static_cast<std::uint32_t>(classes.size())));
+    for (const TmxActionClassInfo& each : classes)
+        classes_.push_back({each.classId, each.name, {}});
 
     std::map<std::pair<std::uint32_t, std::string_view>, bool> optional;
     for (const Optionality& each : kOptionality) optional[{each.code, each.name}] = each.optional;
@@ -118,7 +118,8 @@ Facts::Facts() {
                           each.name, {},           each.descriptionU8,
                           {}};
         std::vector<TmxParameterInfo> infos(each.parameterCount);
-        infos.resize(TmxAct_EnumerateActionParameters(infos.data(), each.parameterCount, each.code));
+        infos.resize(
+            TmxAct_EnumerateActionParameters(infos.data(), each.parameterCount, each.code));
         for (const TmxParameterInfo& info : infos) {
             const auto found = optional.find({each.code, info.name});
             facts.parameters.push_back(parameter(info, found != optional.end() && found->second));
@@ -261,7 +262,8 @@ std::vector<std::string> NearestNames(std::string_view wanted,
     std::vector<std::pair<std::size_t, std::string_view>> ranked;
     for (const std::string_view name : names) {
         const std::size_t distance = EditDistance(lower, Lower(name));
-        if (distance * 3 <= std::max(wanted.size(), name.size())) ranked.push_back({distance, name});
+        if (distance * 3 <= std::max(wanted.size(), name.size()))
+            ranked.push_back({distance, name});
     }
     std::sort(ranked.begin(), ranked.end());
     ranked.erase(std::unique(ranked.begin(), ranked.end()), ranked.end());

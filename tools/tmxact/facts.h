@@ -96,8 +96,7 @@ std::string Lower(std::string_view text);
 
 // The names that resemble this one most, best first; none that differ by more than a third.
 std::vector<std::string> NearestNames(std::string_view wanted,
-                                      const std::vector<std::string_view>& names,
-                                      std::size_t most);
+                                      const std::vector<std::string_view>& names, std::size_t most);
 
 }  // namespace tmxact
 

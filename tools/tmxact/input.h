@@ -16,7 +16,7 @@ namespace tmxact {
 
 // What an input tells while it is read.
 struct InputEvents {
-    std::function<void()> beforeWait = [] {};  // no byte is there yet
+    std::function<void()> beforeWait = [] {};                         // no byte is there yet
     std::function<void(std::size_t)> afterRead = [](std::size_t) {};  // so many bytes came
 };
 

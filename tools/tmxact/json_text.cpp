@@ -145,7 +145,8 @@ void JsonText::DateTime(TmxDateTime value) {
     std::snprintf(text, sizeof text, "\"%04d-%02u-%02uT%02d:%02d:%02d.%03d%c%02d:%02d\"",
                   static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
                   static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
+                  static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()),
                   static_cast<int>(time.subseconds().count()), offset < 0 ? '-' : '+',
                   std::abs(offset) / 60, std::abs(offset) % 60);
     text_ += text;
@@ -153,9 +154,9 @@ void JsonText::DateTime(TmxDateTime value) {
 
 void JsonText::Guid(const TmxGuid& g) {
     char text[48];
-    std::snprintf(text, sizeof text, "\"%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x\"", g.Data1,
-                  g.Data2, g.Data3, g.Data4[0], g.Data4[1], g.Data4[2], g.Data4[3], g.Data4[4],
-                  g.Data4[5], g.Data4[6], g.Data4[7]);
+    std::snprintf(text, sizeof text, "\"%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x\"",
+                  g.Data1, g.Data2, g.Data3, g.Data4[0], g.Data4[1], g.Data4[2], g.Data4[3],
+                  g.Data4[4], g.Data4[5], g.Data4[6], g.Data4[7]);
     text_ += text;
 }
 

@@ -27,7 +27,7 @@ class Output {
     // Forgets the record that was begun.
     void DropRecord() noexcept { end_ = whole_; }
 
-    // Sends what is whole. Throws SystemError or BrokenPipe.
+    // Sends what is whole. Throws WriteError or BrokenPipe.
     void Flush();
 
     // Flushes and closes, so that a late error is told.

@@ -11,8 +11,15 @@
 
 namespace tmxact {
 
-// A file that can't be opened, read, written or closed; what() names it and tells the reason.
+// A file that can't be opened or read; what() names it and tells the reason.
 class SystemError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// An output that can't be opened, written or closed. Nothing can go on behind it, so it is no
+// SystemError.
+class WriteError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
@@ -46,26 +53,27 @@ class File {
     // Throws Interrupted, also while it waits.
     std::size_t Read(char* data, std::size_t size, const std::function<void()>& beforeWait);
 
-    // Writes everything. Throws BrokenPipe or SystemError.
+    // Writes everything. Throws BrokenPipe or WriteError.
     void Write(const char* data, std::size_t size);
 
     // Closes, and tells an error that came up only now (a full disk, a lost server).
     void Close();
 
-    // The size, if this is a regular file.
-    std::optional<std::uint64_t> RegularSize() const;
-
   private:
     File(int descriptor, std::string name, bool owned) noexcept;
-    [[noreturn]] void Fail(const char* what) const;
+    std::string Failure(const char* what) const;
 
     int descriptor_;
     std::string name_;
     bool owned_;
 };
 
-// Whether both paths lead to the same regular file.
-bool SameRegularFile(const std::string& a, const std::string& b);
+// The size, if this is a regular file ("-" is standard input).
+std::optional<std::uint64_t> RegularFileSize(const std::string& path);
+
+// Whether an input path and an output path ("-" is standard input or output) lead to the same
+// regular file.
+bool SameRegularFile(const std::string& input, const std::string& output);
 
 bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();

@@ -43,18 +43,19 @@ File::~File() {
     if (owned_ && descriptor_ >= 0) close(descriptor_);
 }
 
-void File::Fail(const char* what) const {
-    throw SystemError(name_ + ": " + what + ": " + std::strerror(errno));
+std::string File::Failure(const char* what) const {
+    const int error = errno;
+    return name_ + ": " + what + ": " + std::strerror(error);
 }
 
 File File::OpenForReading(const std::string& path) {
     if (path == "-") return File(STDIN_FILENO, "standard input", false);
     File file(open(path.c_str(), O_RDONLY | O_CLOEXEC), path, true);
-    if (file.descriptor_ < 0) file.Fail("can't open");
+    if (file.descriptor_ < 0) throw SystemError(file.Failure("can't open"));
     struct stat status;
     if (fstat(file.descriptor_, &status) == 0 && S_ISDIR(status.st_mode)) {
         errno = EISDIR;
-        file.Fail("can't read");
+        throw SystemError(file.Failure("can't read"));
     }
     return file;
 }
@@ -62,7 +63,7 @@ File File::OpenForReading(const std::string& path) {
 File File::OpenForWriting(const std::string& path) {
     if (path == "-") return File(STDOUT_FILENO, "standard output", false);
     File file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), path, true);
-    if (file.descriptor_ < 0) file.Fail("can't open for writing");
+    if (file.descriptor_ < 0) throw WriteError(file.Failure("can't open for writing"));
     return file;
 }
 
@@ -77,12 +78,12 @@ std::size_t File::Read(char* data, std::size_t size, const std::function<void()>
             told = true;
             ready = poll(waited, 2, -1);
         }
-        if (ready < 0 && errno != EINTR) Fail("can't wait for input");
+        if (ready < 0 && errno != EINTR) throw SystemError(Failure("can't wait for input"));
         CheckSignals();
         if (ready < 0 || waited[0].revents == 0) continue;
         const ssize_t got = read(descriptor_, data, size);
         if (got >= 0) return static_cast<std::size_t>(got);
-        if (errno != EINTR && errno != EAGAIN) Fail("can't read");
+        if (errno != EINTR && errno != EAGAIN) throw SystemError(Failure("can't read"));
     }
 }
 
@@ -98,7 +99,7 @@ void File::Write(const char* data, std::size_t size) {
             pollfd waited = {descriptor_, POLLOUT, 0};
             poll(&waited, 1, -1);
         } else if (errno != EINTR) {
-            Fail("can't write");
+            throw WriteError(Failure("can't write"));
         }
     }
 }
@@ -106,23 +107,29 @@ void File::Write(const char* data, std::size_t size) {
 void File::Close() {
     if (descriptor_ < 0) return;
     const int result = close(std::exchange(descriptor_, -1));
-    if (result != 0 && errno != EINTR) Fail("can't write");
+    if (result != 0 && errno != EINTR) throw WriteError(Failure("can't write"));
 }
 
-std::optional<std::uint64_t> File::RegularSize() const {
+namespace {
+
+// The status of a path, where "-" is a standard stream.
+bool Status(const std::string& path, int standard, struct stat& status) {
+    return (path == "-" ? fstat(standard, &status) : stat(path.c_str(), &status)) == 0;
+}
+
+}  // namespace
+
+std::optional<std::uint64_t> RegularFileSize(const std::string& path) {
     struct stat status;
-    if (fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (!Status(path, STDIN_FILENO, status) || !S_ISREG(status.st_mode)) return std::nullopt;
     return static_cast<std::uint64_t>(status.st_size);
 }
 
-bool SameRegularFile(const std::string& a, const std::string& b) {
-    struct stat first;
-    struct stat second;
-    const auto look = [](const std::string& path, int standard, struct stat& status) {
-        return path == "-" ? fstat(standard, &status) : stat(path.c_str(), &status);
-    };
-    if (look(a, STDIN_FILENO, first) != 0 || look(b, STDOUT_FILENO, second) != 0) return false;
-    return S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+bool SameRegularFile(const std::string& input, const std::string& output) {
+    struct stat in;
+    struct stat out;
+    return Status(input, STDIN_FILENO, in) && Status(output, STDOUT_FILENO, out) &&
+           S_ISREG(in.st_mode) && in.st_dev == out.st_dev && in.st_ino == out.st_ino;
 }
 
 bool StandardOutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }

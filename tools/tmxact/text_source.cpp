@@ -94,11 +94,16 @@ bool TextSource::Next(ReadAction& action) {
             if (Take(action)) return true;
             continue;
         }
-        std::string reason = walker_.Reason();
-        if (tooLong && walker_.Position() == input_.Window().size())
+        std::string reason = Printable(walker_.Reason(), options_.ansi);
+        if (tooLong && walker_.RanOut())
             reason = "the action doesn't end within " + std::to_string(options_.largestAction) +
                      " bytes (see --max-size)";
-        Refuse(walker_.Position(), std::move(reason), walker_.Trusted(), walker_.TrustedIsEarlier());
+        if (walker_.TrustedIsEarlier())
+            reason += "; the text that begins on line " +
+                      std::to_string(input_.PlaceAt(walker_.Trusted()).line) +
+                      " runs over the end of its line: is its closing '\"' missing?";
+        Refuse(walker_.Position(), std::move(reason), walker_.Trusted(),
+               walker_.TrustedIsEarlier());
     }
     return false;
 }
@@ -122,11 +127,11 @@ bool TextSource::Take(ReadAction& action) {
     action.isTemplate = walker_.IsTemplate();
     action.bytes = {text, length};
     action.offset = input_.Offset();
-    const std::size_t bad =
-        options_.ansi ? std::string_view::npos : FindBadUtf8(action.bytes);
+    const std::size_t bad = options_.ansi ? std::string_view::npos : FindBadUtf8(action.bytes);
     if (bad != std::string_view::npos)
-        events_.Doubtful(At(bad, "a byte that isn't UTF-8; the library puts U+FFFD in its place in "
-                                 "wide texts (is this ANSI text? see --ansi)"));
+        events_.Doubtful(At(bad,
+                            "a byte that isn't UTF-8; the library puts U+FFFD in its place in "
+                            "wide texts (is this ANSI text? see --ansi)"));
     input_.Consume(std::min<std::size_t>(consumed, length));
     return true;
 }
@@ -145,7 +150,8 @@ void TextSource::RefuseByLibrary(std::size_t length) {
         const bool isGuid = reason.find("guid '") != std::string::npos;
         bool found = values.size() == 1;
         if (isGuid) {
-            found = found || reason.find('\'' + Printable(wanted, true) + '\'') != std::string::npos;
+            found =
+                found || reason.find('\'' + Printable(wanted, true) + '\'') != std::string::npos;
         } else if (!found) {
             const ActionHandle tried(TmxAct_CreateFromTextBufferA(
                 probe.c_str(), static_cast<std::uint32_t>(probe.size()), TMX_MESSAGE_CLASS_ACTION,
@@ -157,7 +163,9 @@ void TextSource::RefuseByLibrary(std::size_t length) {
         naming = walker_.Naming(value.parameter);
         break;
     }
-    if (reason.empty()) reason = "the library refuses the action";
+    if (reason.empty())
+        reason = walker_.IsTemplate() ? "the library makes no template of it"
+                                      : "the library refuses the action";
     Refuse(place, naming + ": " + reason, length, false);
 }
 
@@ -170,7 +178,8 @@ Refusal TextSource::At(std::size_t position, std::string reason) {
         while (position > 0 && TextWalker::IsWhite(window[position - 1])) --position;
 
     const auto at = [&](std::size_t back) {
-        return back <= position ? window[position - back] : behind[behind.size() - (back - position)];
+        return back <= position ? window[position - back]
+                                : behind[behind.size() - (back - position)];
     };
     std::size_t before = 0;
     const std::size_t most = position + behind.size();
@@ -181,15 +190,16 @@ Refusal TextSource::At(std::size_t position, std::string reason) {
     std::string head;
     for (std::size_t back = before; back > 0; --back) head += at(back);
     std::size_t after = position;
-    while (after < window.size() && after - position < kExcerptAfter && window[after] != '\n') ++after;
+    while (after < window.size() && after - position < kExcerptAfter && window[after] != '\n')
+        ++after;
     const bool cutAfter = after < window.size() && window[after] != '\n';
     if (!options_.ansi && cutAfter)
         while (after > position && IsContinuation(window[after])) --after;
 
     const Input::Place place = input_.PlaceAt(position);
     Refusal refusal;
-    refusal.where = input_.Name() + ':' + std::to_string(place.line) + ':' +
-                    std::to_string(place.column);
+    refusal.where =
+        input_.Name() + ':' + std::to_string(place.line) + ':' + std::to_string(place.column);
     refusal.reason = std::move(reason);
     head = (cutBefore ? "..." : "") + Printable(head, options_.ansi);
     refusal.caret = static_cast<std::size_t>(
@@ -230,8 +240,8 @@ void TextSource::Resynchronise(bool afterLine) {
             }
             if (skipLine || TextWalker::IsWhite(c)) continue;
             if (lineBegin || behindParenthesis) {
-                const std::optional<bool> begins = BeginsLikeAction(
-                    window.substr(at), input_.AtEnd(), afterLine || !lineBegin);
+                const std::optional<bool> begins =
+                    BeginsLikeAction(window.substr(at), input_.AtEnd(), afterLine || !lineBegin);
                 if (!begins.has_value()) break;
                 if (*begins) {
                     input_.Consume(at);

@@ -93,6 +93,7 @@ void TextWalker::Begin(std::uint64_t offset) {
     trusted_ = 0;
     lineCrossed_ = false;
     reason_.clear();
+    ranOut_ = false;
 }
 
 TextWalker::Outcome TextWalker::Walk(std::string_view text, bool last) {
@@ -135,7 +136,8 @@ TextWalker::Outcome TextWalker::Walk(std::string_view text, bool last) {
                 if (!White()) {
                     step = OutOfText();
                 } else if (text_[position_] != ':') {
-                    step = Broken(position_, Naming(parameter_) + ": expected ':' behind the name, found " +
+                    step = Broken(position_, Naming(parameter_) +
+                                                 ": expected ':' behind the name, found " +
                                                  Found(position_));
                 } else {
                     ++position_;
@@ -196,6 +198,7 @@ TextWalker::Step TextWalker::Expected(std::size_t position, const std::string& w
 
 TextWalker::Step TextWalker::OutOfText() {
     if (!last_) return Step::kMore;
+    ranOut_ = true;
     std::string reason = action_ != nullptr ? action_->name + ": " : std::string();
     reason += "the text ends in the middle of an action";
     if (stage_ == Stage::kValue || stage_ == Stage::kLead || stage_ == Stage::kEntries) {
@@ -245,9 +248,10 @@ TextWalker::Step TextWalker::NextParameter() {
     if (!named) {
         if (commaDue_) {
             if (text_[position_] != ',') {
-                const std::string what = text_[position_] == ')'
-                                             ? ": is missing, found ')'"
-                                             : ": expected ',' ahead of it, found " + Found(position_);
+                const std::string what =
+                    text_[position_] == ')'
+                        ? ": is missing, found ')'"
+                        : ": expected ',' ahead of it, found " + Found(position_);
                 return Broken(position_, Naming(parameter_) + what);
             }
             ++position_;
@@ -270,7 +274,10 @@ TextWalker::Step TextWalker::NextParameter() {
     }
     while (at < text_.size() && IsWhite(text_[at])) ++at;
     ahead_ = at;
-    if (at == text_.size()) return last_ ? Broken(at, action_->name + ": the text ends in the middle of the action") : Step::kMore;
+    if (at == text_.size()) {
+        position_ = last_ ? at : position_;
+        return OutOfText();
+    }
     const std::string_view there = text_.substr(at, facts.name.size());
     if (!SameLetters(there, std::string_view(facts.name).substr(0, there.size()))) return absent();
     if (there.size() < facts.name.size()) {
@@ -326,11 +333,11 @@ TextWalker::Step TextWalker::Value() {
                 if (here == *program_) {
                     ++position_;
                 } else {
-                    const std::string what =
-                        *program_ == '{' ? ValueShape(facts)
-                                         : "'" + std::string(1, *program_) + "' in " + ValueShape(facts);
-                    step = Broken(position_, Naming(parameter_) + ": expected " + what + ", found " +
-                                                 Found(position_));
+                    const std::string what = *program_ == '{' ? ValueShape(facts)
+                                                              : "'" + std::string(1, *program_) +
+                                                                    "' in " + ValueShape(facts);
+                    step = Broken(position_, Naming(parameter_) + ": expected " + what +
+                                                 ", found " + Found(position_));
                 }
         }
         if (step != Step::kDone) return step;
@@ -359,7 +366,8 @@ TextWalker::Step TextWalker::Entries() {
         return Step::kDone;
     }
     if (behindEntry && here != '}')
-        return Broken(position_, Naming(parameter_) + ": expected ',' or '}' behind an entry, found " +
+        return Broken(position_, Naming(parameter_) +
+                                     ": expected ',' or '}' behind an entry, found " +
                                      Found(position_));
     if (!behindEntry && here == '{') {
         program_ = kEntryProgram;
@@ -388,8 +396,7 @@ TextWalker::Step TextWalker::Number() {
     }
     at = std::max(at, ahead_);
     const auto isDigit = [hexadecimal](char c) {
-        return IsDigit(c) ||
-               (hexadecimal && ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')));
+        return IsDigit(c) || (hexadecimal && ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')));
     };
     while (at < text_.size() && isDigit(text_[at])) ++at;
     ahead_ = at;
@@ -432,7 +439,7 @@ TextWalker::Step TextWalker::Double() {
 TextWalker::Step TextWalker::Quoted(bool opened) {
     const char opening = text_[position_];
     if (opened ? opening == 0 : opening != '"') {
-        std::string what = *program_ == 't' ? ValueShape(Parameter(parameter_))
+        std::string what = *program_ == 't'   ? ValueShape(Parameter(parameter_))
                            : *program_ == 'g' ? "a quoted GUID"
                                               : "a quoted text";
         return Broken(position_,
@@ -441,14 +448,14 @@ TextWalker::Step TextWalker::Quoted(bool opened) {
     const std::size_t begin = position_ + 1;
     std::size_t at = std::max(begin, ahead_);
     if (offset_ + at >= quoteFreeFrom_ && offset_ + at < quoteFreeTo_)
-        at = static_cast<std::size_t>(std::min<std::uint64_t>(quoteFreeTo_ - offset_, text_.size()));
+        at =
+            static_cast<std::size_t>(std::min<std::uint64_t>(quoteFreeTo_ - offset_, text_.size()));
     const char* const from = text_.data() + at;
     const auto* quote = static_cast<const char*>(std::memchr(from, '"', text_.size() - at));
     const std::size_t limit =
         quote != nullptr ? static_cast<std::size_t>(quote - text_.data()) : text_.size();
     const auto* zero = static_cast<const char*>(std::memchr(from, 0, limit - at));
-    const std::size_t end =
-        zero != nullptr ? static_cast<std::size_t>(zero - text_.data()) : limit;
+    const std::size_t end = zero != nullptr ? static_cast<std::size_t>(zero - text_.data()) : limit;
     if (end > at) {
         if (offset_ + at != quoteFreeTo_ || offset_ + begin < quoteFreeFrom_)
             quoteFreeFrom_ = offset_ + at;
@@ -466,11 +473,13 @@ TextWalker::Step TextWalker::Quoted(bool opened) {
     }
     if (quote == nullptr) {
         if (!last_) return Step::kMore;
+        ranOut_ = true;
         crossLine();
-        return Broken(position_, Naming(parameter_) +
-                                     (opening == '"' ? ": the closing '\"' is missing"
-                                                     : ": expected " + ValueShape(Parameter(parameter_)) +
-                                                           ", found " + Found(position_)));
+        return Broken(position_,
+                      Naming(parameter_) +
+                          (opening == '"' ? ": the closing '\"' is missing"
+                                          : ": expected " + ValueShape(Parameter(parameter_)) +
+                                                ", found " + Found(position_)));
     }
     crossLine();
     if (*program_ == 't' || *program_ == 'h' || *program_ == 'g')
@@ -536,7 +545,8 @@ std::string TextWalker::WhyNoNumber(std::size_t position) const {
                 return reason + "; " + value.name + " is " + std::to_string(value.value);
     }
     if (facts.type == TmxParamType_Bool && SameLetters(word, "true")) return reason + "; true is 1";
-    if (facts.type == TmxParamType_Bool && SameLetters(word, "false")) return reason + "; false is 0";
+    if (facts.type == TmxParamType_Bool && SameLetters(word, "false"))
+        return reason + "; false is 0";
     return reason;
 }
 
@@ -547,8 +557,9 @@ std::string TextWalker::WhyNoClose() const {
     if (comma) ++at;
     while (at < text_.size() && IsWhite(text_[at])) ++at;
     const std::string word = at < text_.size() ? WordAt(at) : std::string();
-    const std::string reason = (commaDue_ ? "expected ',' or ')', found " : "expected ')', found ") +
-                               (comma && !word.empty() ? "'" + word + "' behind ','" : Found(position_));
+    const std::string reason =
+        (commaDue_ ? "expected ',' or ')', found " : "expected ')', found ") +
+        (comma && !word.empty() ? "'" + word + "' behind ','" : Found(position_));
     if (word.empty() || (!comma && commaDue_)) return reason;
     std::vector<std::string_view> names;
     for (std::size_t i = 0; i < Count(); ++i) {

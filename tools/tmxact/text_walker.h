@@ -41,6 +41,9 @@ class TextWalker {
     // Why the text breaks.
     const std::string& Reason() const noexcept { return reason_; }
 
+    // Whether it breaks only because there is no more of it.
+    bool RanOut() const noexcept { return ranOut_; }
+
     // The action's record, once its name has been read.
     const ActionFacts* Action() const noexcept { return action_; }
     bool IsTemplate() const noexcept { return template_; }
@@ -60,7 +63,17 @@ class TextWalker {
     static bool IsWhite(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
   private:
-    enum class Stage { kName, kAfterAt, kOpen, kParameter, kColon, kLead, kValue, kEntries, kClose };
+    enum class Stage {
+        kName,
+        kAfterAt,
+        kOpen,
+        kParameter,
+        kColon,
+        kLead,
+        kValue,
+        kEntries,
+        kClose
+    };
     enum class Step { kDone, kMore, kBroken };
 
     const ParameterFacts& Parameter(std::size_t number) const;
@@ -101,6 +114,7 @@ class TextWalker {
     std::size_t trusted_ = 0;
     bool lineCrossed_ = false;
     std::string reason_;
+    bool ranOut_ = false;
 
     // Absolute places between which there is neither a quote nor a NUL: one search serves all the
     // texts that look for their end there.

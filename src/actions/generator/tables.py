@@ -119,9 +119,11 @@ class Catalogue:
 def rows(path):
     """The rows of a table file: (place, text), continuation lines joined."""
     result = []
-    with open(path, encoding="ascii") as file:
+    with open(path, encoding="utf-8", errors="replace") as file:
         for number, line in enumerate(file, 1):
             text = line.rstrip("\n")
+            if not text.isascii():
+                raise TableError(Place(str(path), number), "a table is in ASCII")
             if not text.strip() or text.startswith("#"):
                 continue
             if text.startswith(" " * 6):
@@ -189,8 +191,8 @@ def read_parameter(place, action, text, enumerations):
     if len(words) < 2:
         raise TableError(place, f"a parameter of {action} is a name and a type, not {text!r}")
     name, type_name = words[0], words[1]
-    if not NAME.match(name):
-        raise TableError(place, f"{name!r} is no name")
+    if not NAME.match(name) or not name[0].isupper():
+        raise TableError(place, f"{name!r} is no name of a parameter: it begins with a capital")
     parameter = Parameter(name, type_name, 0, "KindNone", 0, False, "", "", place)
     if type_name in PARAMETER_TYPES:
         parameter.type_id = PARAMETER_TYPES[type_name]
@@ -255,7 +257,7 @@ def read_family(path, family, catalogue, known):
         action = Action(code, name, class_id, class_name, family, 0, [], place)
         for word in rest:
             key, _, value = word.partition("=")
-            if key != "plain" or not value.isdigit():
+            if key != "plain" or not value.isdigit() or int(value) == 0:
                 raise TableError(place, f"unknown word {word!r} behind {name}")
             action.plain = int(value)
         if items != ["none"]:

@@ -1,0 +1,828 @@
+#include "oracle.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <set>
+#include <tuple>
+#include <type_traits>
+
+namespace tmxfuzz {
+
+void Broken(const char* file, int line, const char* what) {
+    std::fprintf(stderr, "%s:%d: does not hold: %s\n", file, line, what);
+    std::abort();
+}
+
+std::u16string UnitsFromBytes(std::string_view bytes) {
+    std::u16string units;
+    const auto follows = [&](size_t i) {
+        return i < bytes.size() && (static_cast<uint8_t>(bytes[i]) & 0xC0) == 0x80;
+    };
+    const auto bits = [&](size_t i, unsigned mask) {
+        return static_cast<uint8_t>(bytes[i]) & mask;
+    };
+    for (size_t i = 0; i < bytes.size();) {
+        const auto lead = static_cast<uint8_t>(bytes[i]);
+        unsigned unit = lead;
+        size_t length = 1;
+        if (lead >= 0xC0 && lead < 0xE0 && follows(i + 1)) {
+            unit = bits(i, 0x1F) << 6 | bits(i + 1, 0x3F);
+            length = 2;
+        } else if (lead >= 0xE0 && lead < 0xF0 && follows(i + 1) && follows(i + 2)) {
+            unit = bits(i, 0x0F) << 12 | bits(i + 1, 0x3F) << 6 | bits(i + 2, 0x3F);
+            length = 3;
+        }
+        units += static_cast<char16_t>(unit);
+        i += length;
+    }
+    return units;
+}
+
+// ---- Facts --------------------------------------------------------------------------------------
+
+namespace {
+
+std::u16string NameOf(const TmxWChar* name) { return name; }
+
+SetEntry EntryFrom(const TmxDataSetEntry& flat) {
+    SetEntry entry;
+    std::copy_n(flat.words, 4, entry.words.begin());
+    entry.number = flat.number;
+    entry.name = NameOf(flat.name);
+    return entry;
+}
+
+void Append(std::vector<std::vector<SetEntry>>& sets, const TmxDataSet& set) {
+    std::vector<SetEntry> entries;
+    for (uint64_t i = 0; i < set.count; ++i) entries.push_back(EntryFrom(set.items[i]));
+    sets.push_back(std::move(entries));
+}
+template <typename Other>
+void Append(std::vector<std::vector<SetEntry>>&, const Other&) {}
+
+// Decodes an action that has a data set; the others have nothing to give.
+template <auto Decode>
+struct DataSets;
+template <typename... Outs, bool (*Decode)(TmxHandle, Outs...)>
+struct DataSets<Decode> {
+    static void Collect([[maybe_unused]] TmxHandle action,
+                        [[maybe_unused]] std::vector<std::vector<SetEntry>>& sets) {
+        if constexpr ((std::is_same_v<Outs, TmxDataSet*> || ...)) {
+            std::tuple<std::remove_pointer_t<Outs>...> outs{};
+            const bool decoded =
+                std::apply([&](auto&... out) { return Decode(action, &out...); }, outs);
+            TMX_HOLDS(decoded);
+            std::apply([&](const auto&... out) { (Append(sets, out), ...); }, outs);
+        }
+    }
+};
+
+std::map<uint32_t, ActionFacts> MakeFacts() {
+    std::map<uint32_t, ActionFacts> all;
+    std::map<uint32_t, std::vector<bool>> optionals;
+#define TMX_PARAMETER(code, name, type, kind, optional) optionals[code].push_back(optional != 0);
+#include <tmxactions/actions.def>
+#define TMX_ACTION(code, name, typed) \
+    all[code] = {code, #name, {}, &DataSets<&TmxAct_Decode##typed>::Collect};
+#include <tmxactions/actions.def>
+    for (auto& [code, facts] : all) {
+        const std::vector<bool>& optional = optionals[code];
+        TMX_HOLDS(TmxAct_GetNumberOfActionParameters(code) == optional.size());
+        for (uint32_t i = 0; i < optional.size(); ++i) {
+            TmxParameterInfo info{};
+            TMX_HOLDS(TmxAct_GetActionParameterInfo(&info, code, i));
+            facts.parameters.push_back({info.name, info.type, optional[i]});
+        }
+    }
+    return all;
+}
+
+constexpr bool IsEnumeration(uint32_t type) { return type >= 10 && type <= 99; }
+
+}  // namespace
+
+const ActionFacts* FindAction(uint32_t code) {
+    static const std::map<uint32_t, ActionFacts> all = MakeFacts();
+    const auto found = all.find(code);
+    return found == all.end() ? nullptr : &found->second;
+}
+
+// ---- Walk ---------------------------------------------------------------------------------------
+
+namespace {
+
+class Walker {
+  public:
+    explicit Walker(const Bytes& bytes) : bytes_(bytes) {}
+
+    bool ok() const { return ok_; }
+    size_t at() const { return at_; }
+    bool atEnd() const { return at_ == bytes_.size(); }
+    void Refuse() { ok_ = false; }
+
+    template <typename T>
+    T Take() {
+        T value{};
+        if (bytes_.size() - at_ < sizeof(T)) {
+            ok_ = false;
+            return value;
+        }
+        std::memcpy(&value, bytes_.data() + at_, sizeof(T));
+        at_ += sizeof(T);
+        return value;
+    }
+    bool TakeFlag() {
+        const auto byte = Take<uint8_t>();
+        if (byte > 1) ok_ = false;
+        return byte != 0;
+    }
+    template <typename Char>
+    std::basic_string<Char> TakeText() {
+        const auto count = Take<uint32_t>();
+        std::basic_string<Char> text;
+        if (!ok_ || count == 0 || (bytes_.size() - at_) / sizeof(Char) < count) {
+            ok_ = false;
+            return text;
+        }
+        text.resize(count);
+        std::memcpy(text.data(), bytes_.data() + at_, count * sizeof(Char));
+        at_ += count * sizeof(Char);
+        if (text.back() != 0) ok_ = false;
+        text.pop_back();
+        return text;
+    }
+
+    Value TakeValue(const Parameter& parameter) {
+        Value value;
+        if (parameter.optional && parameter.type != TmxParamType_DataSet) {
+            value.present = TakeFlag();
+            if (!value.present) return value;
+        }
+        switch (parameter.type) {
+            case TmxParamType_Int64:
+                value.id = Take<int64_t>();
+                break;
+            case TmxParamType_DateTime:
+            case TmxParamType_Double:
+                value.word = Take<uint64_t>();
+                break;
+            case TmxParamType_AnsiText:
+                value.narrow = TakeText<char>();
+                break;
+            case TmxParamType_WideText:
+            case TmxParamType_DataSet:
+                value.wide = TakeText<char16_t>();
+                break;
+            case TmxParamType_Bool:
+                value.word = TakeFlag() ? 1 : 0;
+                break;
+            case TmxParamType_Guid:
+                value.guid = Take<std::array<uint8_t, 16>>();
+                break;
+            case TmxParamType_NamedId:
+                value.id = Take<int64_t>();
+                value.wide = TakeText<char16_t>();
+                break;
+            case TmxParamType_ObjectRef:
+                value.id = Take<int64_t>();
+                value.number = Take<int32_t>();
+                value.wide = TakeText<char16_t>();
+                break;
+            case TmxParamType_GuidRef:
+                value.guid = Take<std::array<uint8_t, 16>>();
+                value.wide = TakeText<char16_t>();
+                break;
+            case TmxParamType_Rect:
+                value.words = Take<std::array<int16_t, 4>>();
+                break;
+            default:
+                TMX_HOLDS(parameter.type == TmxParamType_Int32 || IsEnumeration(parameter.type));
+                value.number = Take<int32_t>();
+                break;
+        }
+        return value;
+    }
+
+  private:
+    const Bytes& bytes_;
+    size_t at_ = 0;
+    bool ok_ = true;
+};
+
+// The text that stands for a data set in the bytes.
+std::u16string SetText(const std::vector<SetEntry>& entries) {
+    std::u16string text;
+    const auto put = [&](const std::string& ascii) { text.append(ascii.begin(), ascii.end()); };
+    for (const SetEntry& entry : entries) {
+        if (!text.empty()) put(", ");
+        for (const int16_t word : entry.words) put(std::to_string(word) + " ");
+        put(std::to_string(entry.number) + " '");
+        text += entry.name;
+        put("'");
+    }
+    return text;
+}
+
+// A set's text shows where each entry ends only if no name has an apostrophe.
+bool HasApostropheInName(const Value& set) {
+    return static_cast<size_t>(std::count(set.wide.begin(), set.wide.end(), u'\'')) !=
+           2 * set.entries.size();
+}
+
+}  // namespace
+
+std::optional<Message> Walk(const Bytes& bytes) {
+    Walker walker(bytes);
+    Message message;
+    const auto messageClass = walker.Take<uint32_t>();
+    const auto code = walker.Take<uint32_t>();
+    message.action = FindAction(code);
+    if (!walker.ok() || messageClass != TMX_MESSAGE_CLASS_ACTION || message.action == nullptr)
+        return std::nullopt;
+    for (const Parameter& parameter : message.action->parameters) {
+        message.values.push_back(walker.TakeValue(parameter));
+        if (!walker.ok()) return std::nullopt;
+    }
+    message.parametersEnd = walker.at();
+    if (walker.Take<uint32_t>() != TMX_PROPERTY_BLOCK_MARKER) walker.Refuse();
+    const auto count = walker.Take<int32_t>();
+    if (count < 0) walker.Refuse();
+    std::set<std::u16string> names;
+    for (int32_t i = 0; i < count && walker.ok(); ++i) {
+        std::u16string name = walker.TakeText<char16_t>();
+        std::u16string value = walker.TakeText<char16_t>();
+        if (!names.insert(name).second) walker.Refuse();
+        message.properties.emplace_back(std::move(name), std::move(value));
+    }
+    if (!walker.ok() || !walker.atEnd()) return std::nullopt;
+    return message;
+}
+
+// ---- Calls --------------------------------------------------------------------------------------
+
+std::optional<Failure> LastFailure() {
+    TmxErrorInfo info{};
+    if (!TmxAct_GetLastError(&info)) return std::nullopt;
+    TMX_HOLDS(info.exceptionClass != nullptr && info.message != nullptr);
+    TMX_HOLDS(info.messageW != nullptr && info.details != nullptr);
+    return Failure{info.code, info.subcode, info.exceptionClass};
+}
+
+namespace {
+
+constexpr uint32_t kUntouched = 0xA5C3F00D;
+const Failure kTooSmall = {1008, 7, "class TmxPLC::TmxPLCException"};
+
+bool Store(TmxHandle action, char* buffer, uint32_t size, bool display, bool utf8, uint32_t* out) {
+    return TmxAct_StoreToTextBufferA(action, buffer, size, display, utf8, out);
+}
+bool Store(TmxHandle action, TmxWChar* buffer, uint32_t size, bool display, bool utf8,
+           uint32_t* out) {
+    return TmxAct_StoreToTextBufferW(action, buffer, size, display, utf8, out);
+}
+TmxHandle Create(const char* text, uint32_t length, uint32_t messageClass, bool utf8,
+                 uint32_t* consumed) {
+    return TmxAct_CreateFromTextBufferA(text, length, messageClass, utf8, consumed);
+}
+TmxHandle Create(const TmxWChar* text, uint32_t length, uint32_t messageClass, bool utf8,
+                 uint32_t* consumed) {
+    return TmxAct_CreateFromTextBufferW(text, length, messageClass, utf8, consumed);
+}
+
+// Runs a store into no buffer, into one of exactly the size that it then tells, and into one that
+// is short by one unit. Nothing if it fails by anything else than the size.
+template <typename T, typename StoreCall>
+std::optional<std::vector<T>> StoreInAllSizes(const StoreCall& store) {
+    uint32_t size = kUntouched;
+    TMX_HOLDS(!store(nullptr, 0, &size));
+    const std::optional<Failure> failure = LastFailure();
+    TMX_HOLDS(failure.has_value());
+    if (*failure != kTooSmall) {
+        TMX_HOLDS(size == kUntouched);
+        return std::nullopt;
+    }
+    TMX_HOLDS(size > 0 && size < 0x10000000);
+
+    Exact<T> exact(size);
+    uint32_t written = kUntouched;
+    TMX_HOLDS(store(exact.data(), size, &written));
+    TMX_HOLDS(written == size);
+    TMX_HOLDS(!LastFailure());
+
+    Exact<T> shorter(size - 1);
+    written = kUntouched;
+    TMX_HOLDS(!store(shorter.data(), size - 1, &written));
+    TMX_HOLDS(written == size);
+    TMX_HOLDS(LastFailure() == kTooSmall);
+    return std::vector<T>(exact.data(), exact.data() + size);
+}
+
+// What reading a text gave.
+struct Reading {
+    std::unique_ptr<Owned> action;
+    uint32_t consumed = kUntouched;
+    std::optional<Failure> failure;
+};
+
+template <typename Char>
+Reading Read(const Exact<Char>& text, uint32_t length, bool utf8) {
+    Reading reading;
+    reading.action = std::make_unique<Owned>(
+        Create(text.data(), length, TMX_MESSAGE_CLASS_ACTION, utf8, &reading.consumed));
+    reading.failure = LastFailure();
+    if (*reading.action) TMX_HOLDS(!reading.failure);
+    // What is recorded comes from a date-time or from a GUID, and leaves the count alone.
+    if (reading.failure) {
+        TMX_HOLDS(reading.consumed == kUntouched);
+        const Failure& failure = *reading.failure;
+        if (failure.code == 5)
+            TMX_HOLDS(failure.exceptionClass == "class Zinc::EZincDateTime" &&
+                      failure.subcode >= 3 && failure.subcode <= 13);
+        else
+            TMX_HOLDS(failure.exceptionClass == "class Zinc::GuidConversionException" &&
+                      failure.code == 0 && failure.subcode == 0);
+    }
+    return reading;
+}
+
+std::unique_ptr<Owned> ReadBytes(const uint8_t* data, size_t size, uint32_t& used) {
+    const Exact<uint8_t> exact(data, size);
+    used = kUntouched;
+    auto action = std::make_unique<Owned>(TmxAct_CreateFromBinBuffer(
+        exact.data(), static_cast<int32_t>(size), TMX_MESSAGE_CLASS_ACTION, &used));
+    TMX_HOLDS(!LastFailure());
+    return action;
+}
+
+}  // namespace
+
+Bytes StoreBytes(TmxHandle action) {
+    const auto bytes = StoreInAllSizes<uint8_t>([&](uint8_t* buffer, uint32_t size, uint32_t* out) {
+        return TmxAct_StoreToBinBuffer(action, buffer, size, out);
+    });
+    TMX_HOLDS(bytes.has_value());
+    return *bytes;
+}
+
+namespace {
+
+void AddDataSets(TmxHandle action, Message& message) {
+    std::vector<std::vector<SetEntry>> sets;
+    message.action->dataSets(action, sets);
+    size_t next = 0;
+    for (size_t i = 0; i < message.values.size(); ++i) {
+        if (message.action->parameters[i].type != TmxParamType_DataSet) continue;
+        TMX_HOLDS(next < sets.size());
+        Value& set = message.values[i];
+        set.entries = std::move(sets[next++]);
+        // The typed function shows names up to their first zero only.
+        if (set.wide.find(u'\0') == std::u16string::npos)
+            TMX_HOLDS(set.wide == SetText(set.entries));
+    }
+    TMX_HOLDS(next == sets.size());
+}
+
+Message ValuesFrom(TmxHandle action, const Bytes& bytes) {
+    std::optional<Message> message = Walk(bytes);
+    TMX_HOLDS(message.has_value());
+    uint32_t code = 0;
+    TMX_HOLDS(TmxAct_GetActionCode(action, &code));
+    TMX_HOLDS(code == message->action->code);
+    AddDataSets(action, *message);
+    return std::move(*message);
+}
+
+}  // namespace
+
+Message ValuesOf(TmxHandle action) { return ValuesFrom(action, StoreBytes(action)); }
+
+// ---- Exceptions ---------------------------------------------------------------------------------
+
+Fate NumberThroughText(int64_t value, int64_t smallest) {
+    // The smallest value of a width is written "-(", and the reader stops at the parenthesis.
+    return value == smallest ? Fate::Refused : Fate::Kept;
+}
+
+Fate DoubleThroughText(uint64_t& bits) {
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    // "1.#INF" and its like read as 1, and the "#" is left.
+    if (!std::isfinite(value)) return Fate::Refused;
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6g", value);
+    value = std::strtod(text, nullptr);
+    std::memcpy(&bits, &value, sizeof value);
+    return Fate::Kept;
+}
+
+bool HasNoText(uint64_t dateTime) { return LocalOf(dateTime) < 0; }
+
+Fate DateThroughText(uint64_t& word) {
+    const int64_t local = LocalOf(word);
+    // The reader's year has four digits.
+    if (local >= DaysFrom1601(10000, 1, 1) * kMillisecondsPerDay) return Fate::Raised;
+    // The reader's zone ends at 14 hours.
+    const int bias = BiasOf(word);
+    const int hours = std::abs(bias) / 60;
+    if (hours > 14) return Fate::Raised;
+    // The minutes of an eastern zone are added where they should be taken off.
+    const int minutes = std::abs(bias) % 60;
+    const int read = bias > 0 ? bias : minutes - hours * 60;
+    const int64_t utc = local + int64_t{read} * 60000;
+    if (utc < 0 || utc > 0xFFFFFFFFFFFF) return Fate::Raised;
+    word = DateTimeFrom(utc, static_cast<int16_t>(read));
+    return Fate::Kept;
+}
+
+namespace {
+
+// A double quote inside a text ends it for the reader; a zero ends the whole text.
+template <typename Char>
+Fate QuotedFate(const std::basic_string<Char>& text) {
+    for (const Char unit : text) {
+        if (unit == '"') return Fate::Open;
+        if (unit == 0) return Fate::Refused;
+    }
+    return Fate::Kept;
+}
+
+bool IsHigh(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLow(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+bool IsInAnsiPage(char16_t unit) {
+    static const std::u16string upper =
+        u"\u20AC\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\u017D"
+        u"\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\u017E\u0178";
+    if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF)) return true;
+    if (unit == 0x81 || unit == 0x8D || unit == 0x8F || unit == 0x90 || unit == 0x9D) return true;
+    return upper.find(unit) != std::u16string::npos;
+}
+
+// The bytes of the longest beginning of a well-formed sequence at position (The Unicode Standard,
+// table 3-7); complete tells whether it is a whole one.
+size_t SequenceAt(std::string_view text, size_t position, bool& complete) {
+    const auto byte = [&](size_t i) {
+        return position + i < text.size() ? static_cast<uint8_t>(text[position + i]) : 0;
+    };
+    const unsigned lead = static_cast<unsigned>(byte(0));
+    complete = lead < 0x80;
+    if (lead < 0xC2 || lead > 0xF4) return 1;
+    const size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    const int low = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const int high = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    if (byte(1) < low || byte(1) > high) return 1;
+    size_t matched = 2;
+    while (matched < length && byte(matched) >= 0x80 && byte(matched) <= 0xBF) ++matched;
+    complete = matched == length;
+    return matched;
+}
+
+}  // namespace
+
+Fate WideTextThroughText(std::u16string& text, Form form, bool& any) {
+    const Fate fate = QuotedFate(text);
+    if (fate != Fate::Kept || form.wide) return fate;
+    if (form.utf8) {
+        // An unpaired surrogate has no UTF-8.
+        for (size_t i = 0; i < text.size(); ++i) {
+            if (IsHigh(text[i]) && i + 1 < text.size() && IsLow(text[i + 1]))
+                ++i;
+            else if (IsHigh(text[i]) || IsLow(text[i]))
+                text[i] = 0xFFFD;
+        }
+        return fate;
+    }
+    for (char16_t& unit : text) {
+        // A combining mark may go into the letter before it.
+        if (unit >= 0x300 && unit <= 0x36F) any = true;
+        if (!IsInAnsiPage(unit)) unit = u'?';
+    }
+    return fate;
+}
+
+Fate AnsiTextThroughText(std::string& text, Form form) {
+    const Fate fate = QuotedFate(text);
+    // The ANSI page has a character for every byte. UTF-8 has not: ill-formed bytes become U+FFFD.
+    if (fate != Fate::Kept || !form.wide || !form.utf8) return fate;
+    std::string read;
+    for (size_t i = 0; i < text.size();) {
+        bool complete = false;
+        const size_t length = SequenceAt(text, i, complete);
+        if (complete)
+            read.append(text, i, length);
+        else
+            read += "\xEF\xBF\xBD";
+        i += length;
+    }
+    text = std::move(read);
+    return fate;
+}
+
+bool IsTakenForAbsent(const Message& message, size_t absent) {
+    const std::vector<Parameter>& parameters = message.action->parameters;
+    for (size_t i = absent + 1; i < parameters.size(); ++i) {
+        if (!message.values[i].present) continue;
+        if (!parameters[i].optional) return false;
+        const std::string& shorter = parameters[absent].name;
+        const std::string& next = parameters[i].name;
+        const auto fold = [](char c) {
+            return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+        };
+        return next.size() >= shorter.size() &&
+               std::equal(shorter.begin(), shorter.end(), next.begin(),
+                          [&](char a, char b) { return fold(a) == fold(b); });
+    }
+    return false;
+}
+
+namespace {
+
+Fate WordsThroughText(const std::array<int16_t, 4>& words) {
+    return std::count(words.begin(), words.end(), INT16_MIN) != 0 ? Fate::Refused : Fate::Kept;
+}
+
+Fate SetThroughText(Value& set, Form form, bool& any) {
+    // "{}" is not read.
+    if (set.entries.empty()) return Fate::Refused;
+    // The typed function, from which the entries are known, cuts a name at its zero.
+    if (set.wide.find(u'\0') != std::u16string::npos) return Fate::Open;
+    for (SetEntry& entry : set.entries) {
+        if (WordsThroughText(entry.words) != Fate::Kept) return Fate::Refused;
+        const Fate fate = WideTextThroughText(entry.name, form, any);
+        if (fate != Fate::Kept) return fate;
+    }
+    set.wide = SetText(set.entries);
+    return Fate::Kept;
+}
+
+// What one written value reads back as.
+Fate ThroughText(uint32_t type, Value& value, Form form, bool& any) {
+    switch (type) {
+        case TmxParamType_Int64:
+            return NumberThroughText(value.id, INT64_MIN);
+        case TmxParamType_DateTime:
+            return DateThroughText(value.word);
+        case TmxParamType_AnsiText:
+            return AnsiTextThroughText(value.narrow, form);
+        case TmxParamType_WideText:
+            return WideTextThroughText(value.wide, form, any);
+        case TmxParamType_Bool:
+        case TmxParamType_Guid:
+            return Fate::Kept;
+        case TmxParamType_ObjectRef:
+            if (NumberThroughText(value.id, INT64_MIN) != Fate::Kept ||
+                NumberThroughText(value.number, INT32_MIN) != Fate::Kept)
+                return Fate::Refused;
+            return WideTextThroughText(value.wide, form, any);
+        case TmxParamType_NamedId:
+            if (NumberThroughText(value.id, INT64_MIN) != Fate::Kept) return Fate::Refused;
+            return WideTextThroughText(value.wide, form, any);
+        case TmxParamType_GuidRef:
+            return WideTextThroughText(value.wide, form, any);
+        case TmxParamType_Double:
+            return DoubleThroughText(value.word);
+        case TmxParamType_Rect:
+            return WordsThroughText(value.words);
+        case TmxParamType_DataSet:
+            return SetThroughText(value, form, any);
+        default:
+            return NumberThroughText(value.number, INT32_MIN);
+    }
+}
+
+struct Expectation {
+    Fate fate = Fate::Kept;
+    Values values;
+    std::vector<bool> any;  // by parameter: its text is not compared
+};
+
+// Parameters are read in order: the first one that is not kept decides.
+Expectation Expect(const Message& message, Form form) {
+    Expectation expected{Fate::Kept, message.values, std::vector<bool>(message.values.size())};
+    for (size_t i = 0; i < message.values.size(); ++i) {
+        Value& value = expected.values[i];
+        if (!value.present) {
+            if (IsTakenForAbsent(message, i)) expected.fate = Fate::Refused;
+        } else {
+            bool any = false;
+            expected.fate = ThroughText(message.action->parameters[i].type, value, form, any);
+            expected.any[i] = any;
+        }
+        if (expected.fate != Fate::Kept) return expected;
+    }
+    return expected;
+}
+
+void CheckSameValues(const Expectation& expected, const Message& read) {
+    TMX_HOLDS(read.values.size() == expected.values.size());
+    for (size_t i = 0; i < read.values.size(); ++i) {
+        Value left = expected.values[i];
+        Value right = read.values[i];
+        if (expected.any[i]) {
+            left.wide.clear();
+            right.wide.clear();
+            for (SetEntry& entry : left.entries) entry.name.clear();
+            for (SetEntry& entry : right.entries) entry.name.clear();
+        }
+        TMX_HOLDS(left == right);
+    }
+}
+
+bool HasDateWithoutText(const Message& message) {
+    for (size_t i = 0; i < message.values.size(); ++i)
+        if (message.action->parameters[i].type == TmxParamType_DateTime &&
+            message.values[i].present && HasNoText(message.values[i].word))
+            return true;
+    return false;
+}
+
+template <typename Char>
+void CheckTextOf(TmxHandle action, const Message& message, bool utf8) {
+    const bool hasText = !HasDateWithoutText(message);
+    std::optional<std::vector<Char>> machine;
+    for (const bool display : {true, false}) {
+        machine = StoreInAllSizes<Char>([&](Char* buffer, uint32_t size, uint32_t* out) {
+            return Store(action, buffer, size, display, utf8, out);
+        });
+        TMX_HOLDS(machine.has_value() == hasText);
+        if (!machine) {
+            const std::optional<Failure> failure = LastFailure();
+            TMX_HOLDS(failure && failure->code == 2);
+            TMX_HOLDS(failure->exceptionClass == "class Zinc::SystemException");
+            continue;
+        }
+        TMX_HOLDS(machine->back() == 0);
+    }
+    if (!machine) return;
+
+    const size_t length = machine->size() - 1;
+    TMX_HOLDS((*machine)[length - 1] == ')');
+    const auto text = Exact<Char>::Terminated({machine->data(), length});
+    const Reading reading = Read(text, static_cast<uint32_t>(length), utf8);
+    const Expectation expected = Expect(message, {sizeof(Char) == 2, utf8});
+    switch (expected.fate) {
+        case Fate::Open:
+            return;
+        case Fate::Refused:
+            TMX_HOLDS(!*reading.action);
+            TMX_HOLDS(!reading.failure);
+            return;
+        case Fate::Raised:
+            TMX_HOLDS(!*reading.action);
+            TMX_HOLDS(reading.failure.has_value());
+            return;
+        case Fate::Kept:
+            break;
+    }
+    TMX_HOLDS(static_cast<bool>(*reading.action));
+    TMX_HOLDS(reading.consumed == length);
+    const Message read = ValuesOf(reading.action->get());
+    TMX_HOLDS(read.action == message.action);
+    // Properties don't travel in text.
+    TMX_HOLDS(read.properties.empty());
+    CheckSameValues(expected, read);
+}
+
+void CheckBytesOf(const Message& message, const Bytes& bytes) {
+    // Whole.
+    uint32_t used = 0;
+    const auto whole = ReadBytes(bytes.data(), bytes.size(), used);
+    TMX_HOLDS(static_cast<bool>(*whole));
+    TMX_HOLDS(used == bytes.size());
+    const bool hasApostrophe =
+        std::any_of(message.values.begin(), message.values.end(), [&](const Value& value) {
+            const size_t index = static_cast<size_t>(&value - message.values.data());
+            return message.action->parameters[index].type == TmxParamType_DataSet &&
+                   HasApostropheInName(value);
+        });
+    if (!hasApostrophe) {
+        TMX_HOLDS(StoreBytes(whole->get()) == bytes);
+    } else {
+        // Such a set comes back cut; the rest doesn't.
+        Message read = ValuesOf(whole->get());
+        TMX_HOLDS(read.action == message.action && read.properties == message.properties);
+        for (size_t i = 0; i < read.values.size(); ++i)
+            if (message.action->parameters[i].type != TmxParamType_DataSet)
+                TMX_HOLDS(read.values[i] == message.values[i]);
+    }
+    // A cut property block, and none at all, are passed over.
+    for (const size_t size : {bytes.size() - 1, message.parametersEnd}) {
+        const auto cut = ReadBytes(bytes.data(), size, used);
+        TMX_HOLDS(static_cast<bool>(*cut));
+        TMX_HOLDS(used == message.parametersEnd);
+    }
+}
+
+void CheckClone(TmxHandle action, const Message& message, const Bytes& bytes) {
+    TmxHandle handle = nullptr;
+    TMX_HOLDS(TmxAct_CloneHandle(action, &handle));
+    TMX_HOLDS(handle != nullptr);
+    const Owned clone(handle);
+    Bytes expected(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(message.parametersEnd));
+    const uint8_t noProperties[8] = {0x0F, 0xF0};
+    expected.insert(expected.end(), noProperties, noProperties + 8);
+    TMX_HOLDS(StoreBytes(handle) == expected);
+}
+
+}  // namespace
+
+void CheckAction(TmxHandle action) {
+    const Bytes bytes = StoreBytes(action);
+    const Message message = ValuesFrom(action, bytes);
+    CheckBytesOf(message, bytes);
+    CheckClone(action, message, bytes);
+    for (const bool utf8 : {false, true}) {
+        CheckTextOf<char>(action, message, utf8);
+        CheckTextOf<TmxWChar>(action, message, utf8);
+    }
+}
+
+// ---- Reading a text -----------------------------------------------------------------------------
+
+namespace {
+
+bool IsAscii(const char* text, size_t size) {
+    return std::all_of(text, text + size, [](char unit) { return unit >= 0; });
+}
+bool IsAscii(const TmxWChar* text, size_t size) {
+    return std::all_of(text, text + size, [](TmxWChar unit) { return unit < 0x80; });
+}
+
+// The other width takes and refuses the same, at the same place.
+template <typename Char>
+void CheckOtherWidth(const Exact<Char>& text, TextInput input, const Reading& reading) {
+    using Other = std::conditional_t<std::is_same_v<Char, char>, TmxWChar, char>;
+    const std::basic_string<Other> units(text.data(), text.data() + text.size());
+    const Reading other = Read(Exact<Other>::Terminated(units), input.length, input.utf8);
+    TMX_HOLDS(static_cast<bool>(*other.action) == static_cast<bool>(*reading.action));
+    TMX_HOLDS(other.consumed == reading.consumed);
+    TMX_HOLDS(other.failure == reading.failure);
+    if (*reading.action)
+        TMX_HOLDS(StoreBytes(other.action->get()) == StoreBytes(reading.action->get()));
+}
+
+template <typename Char>
+void Check(const Exact<Char>& text, TextInput input) {
+    const NothingLeftOpen nothingLeftOpen;
+    const bool measured = input.length >= TMX_MEASURE_LENGTH;
+    const auto length = static_cast<int64_t>(measured ? std::char_traits<Char>::length(text.data())
+                                                      : size_t{input.length});
+    const auto size = static_cast<int64_t>(text.size());
+
+    // Only what an "@" begins is a match action.
+    const Owned match(
+        Create(text.data(), input.length, TMX_MESSAGE_CLASS_MATCH_ACTION, input.utf8, nullptr));
+    if (match) {
+        const size_t first = std::basic_string_view<Char>(text.data(), text.size())
+                                 .find_first_not_of(std::basic_string<Char>{' ', '\t', '\n', '\r'});
+        TMX_HOLDS(first < text.size() && text.data()[first] == '@');
+    }
+
+    const Reading reading = Read(text, input.length, input.utf8);
+    if (IsAscii(text.data(), text.size())) CheckOtherWidth(text, input, reading);
+    if (reading.failure) return;
+    if (!*reading.action) {
+        // The place behind an unknown name, which may lie beyond the length; or what remained at
+        // the failure, below zero where the reader had run beyond the length, and by one more where
+        // an earlier failure with nothing left had not been seen.
+        const int64_t told = static_cast<int32_t>(reading.consumed);
+        TMX_HOLDS(told <= std::max(size, length + 1) && told >= length - size - 1);
+        TMX_HOLDS(length - told <= size + 1 || told <= size);
+        return;
+    }
+
+    // A text that ends where the closing parenthesis is due tells one more than its length.
+    TMX_HOLDS(!match);
+    TMX_HOLDS(reading.consumed <= length + 1);
+    CheckAction(reading.action->get());
+    if (reading.consumed > length) return;
+    TMX_HOLDS(reading.consumed > 0 && text.data()[reading.consumed - 1] == ')');
+    // What follows the closing parenthesis is not looked at.
+    const auto alone = Exact<Char>::Terminated({text.data(), reading.consumed});
+    const Reading again = Read(alone, reading.consumed, input.utf8);
+    TMX_HOLDS(static_cast<bool>(*again.action));
+    TMX_HOLDS(again.consumed == reading.consumed);
+    TMX_HOLDS(StoreBytes(again.action->get()) == StoreBytes(reading.action->get()));
+}
+
+}  // namespace
+
+void CheckText(const Exact<char>& text, TextInput input) { Check(text, input); }
+void CheckText(const Exact<TmxWChar>& text, TextInput input) { Check(text, input); }
+
+TextInput InputFrom(uint8_t control, size_t size) {
+    // Bit 0: UTF-8. Bits 1 and 2: 1 the text is measured, 2 the length ends inside the text, else
+    // it is the text's own. Bits 3 to 7: how far inside.
+    TextInput input{(control & 1) != 0, static_cast<uint32_t>(size)};
+    const unsigned mode = control >> 1 & 3;
+    const size_t cut = size_t{control} >> 3;
+    if (mode == 1) input.length = TMX_MEASURE_LENGTH + static_cast<uint32_t>(cut);
+    if (mode == 2) input.length -= static_cast<uint32_t>(std::min(size, cut + 1));
+    return input;
+}
+
+}  // namespace tmxfuzz

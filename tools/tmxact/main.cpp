@@ -1,0 +1,134 @@
+// tmxact: works with actions on the command line.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "commands.h"
+#include "output.h"
+#include "system.h"
+
+namespace {
+
+using namespace tmxact;
+
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  tmxact convert --to json events.bin\n"
+    "  tmxact check actions.txt\n"
+    "  tmxact catalogue CameraOn\n"
+    "\n"
+    "Work with the actions of a video-surveillance system.\n";
+
+constexpr char kShortHelp[] =
+    "Usage: tmxact COMMAND [OPTION]... [FILE]...\n"
+    "\n"
+    "  convert    convert actions between text, bytes, display and JSON\n"
+    "  check      tell what in the input is no action\n"
+    "  catalogue  tell what actions there are\n"
+    "\n"
+    "tmxact --help tells more, and so does tmxact COMMAND --help.\n";
+
+// In the list of commands each has the first sentence behind its examples.
+class HelpFormatter : public CLI::Formatter {
+  public:
+    std::string make_subcommand(const CLI::App* command) const override {
+        std::string text = command->get_description();
+        text = text.substr(text.find("\n\n") + 2);
+        text = text.substr(0, text.find_first_of(".:") + 1);
+        text.back() = '.';
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        std::string line = "  " + command->get_name();
+        line.resize(get_column_width(), ' ');
+        return line + text + '\n';
+    }
+};
+
+std::string Version() {
+    return std::string("tmxact " TMXACT_VERSION "\nTmxActions library " TMXACT_VERSION
+                       ", interface version ") +
+           std::to_string(TmxAct_InterfaceVersion()) + " of " + TmxAct_InterfaceDate();
+}
+
+// Tells a wrong use. The message of the option parser names the option.
+int WrongUse(const std::string& message, const std::string& command) {
+    std::fprintf(stderr, "tmxact: %s\nTry 'tmxact%s --help'.\n", message.c_str(),
+                 command.empty() ? "" : (' ' + command).c_str());
+    return kExitUsage;
+}
+
+void PutHelp(const std::string& text) {
+    Output output(File::OpenForWriting("-"));
+    output.Put(text);
+    output.EndRecord();
+    output.Close();
+}
+
+int Main(int argc, char** argv) {
+    CLI::App program(kExamples, "tmxact");
+    program.formatter(std::make_shared<HelpFormatter>());
+    program.get_formatter()->column_width(26);
+    program.require_subcommand(0, 1);
+    program.set_help_flag("-h,--help", "Tell how to use it");
+    program.set_version_flag("--version", Version, "Tell the versions of program and interface");
+
+    ReportOptions report;
+    const std::vector<Run> runs = {AddConvert(program, report), AddCheck(program, report),
+                                   AddCatalogue(program, report)};
+    const std::vector<CLI::App*> commands = program.get_subcommands({});
+    for (CLI::App* command : commands) {
+        command->set_help_flag("-h,--help", "Tell how to use it");
+        AddCommonOptions(*command, report);
+    }
+
+    const auto chosen = [&]() -> std::string {
+        const auto used = program.get_subcommands();
+        return used.empty() ? std::string() : used.front()->get_name();
+    };
+    if (argc < 2) {
+        std::fputs(kShortHelp, stderr);
+        return kExitUsage;
+    }
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        const auto used = program.get_subcommands();
+        PutHelp(used.empty() ? program.help() : used.front()->help(program.get_name()));
+        return kExitDone;
+    } catch (const CLI::CallForVersion& version) {
+        PutHelp(std::string(version.what()) + "\n");
+        return kExitDone;
+    } catch (const CLI::ParseError& error) {
+        return WrongUse(error.what(), chosen());
+    }
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+        if (!commands[i]->parsed()) continue;
+        try {
+            return runs[i]();
+        } catch (const UsageError& error) {
+            return WrongUse(error.what(), chosen());
+        }
+    }
+    std::fputs(kShortHelp, stderr);
+    return kExitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        CatchSignals();
+        return Main(argc, argv);
+    } catch (const BrokenPipe&) {
+        return kExitDone;  // whoever read the output has had enough
+    } catch (const Interrupted& interrupted) {
+        return 128 + interrupted.Signal();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tmxact: %s\n", error.what());
+        return kExitSystem;
+    }
+}
