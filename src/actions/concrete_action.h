@@ -189,10 +189,8 @@ class ConcreteAction : public CTmxAction {
         return scanner.Healthy();
     }
     bool Read(BinInput& input) {
-        BinInput local = input;
         ForEachField<Action>(
-            [&]<class Field>(const Name&) { LoadValue(local, Field::In(Self())); });
-        input = local;
+            [&]<class Field>(const Name&) { LoadValue(input, Field::In(Self())); });
         return input.failure == 0;
     }
 

@@ -108,10 +108,8 @@ class TextWriter {
 
     /// What closes the list, and the terminator. Returns whether everything fitted.
     bool WriteEnd() noexcept {
-        if (DisplayMode)
-            PutLiteral("\0");
-        else
-            PutLiteral(")\0");
+        if (!DisplayMode) PutLiteral(")");
+        PutLiteral("\0");
         return Remaining >= 0;
     }
 
