@@ -36,7 +36,7 @@ const SetupChangedValues W3::values{"j.m\xc3\xbcller",
                                     1,
                                     {4000000123, "Gate north"},
                                     2,
-                                    "Moved to the north gate, preset list changed",
+                                    "Moved to north gate",
                                     std::nullopt,
                                     std::nullopt,
                                     "operator1"};
@@ -62,7 +62,7 @@ const LenelAccessEventValues W4::values{.id = 20,
                                         .isReadableCard = true,
                                         .issueCode = 1,
                                         .commServerHostName = "COMMSRV02",
-                                        .eventText = "Cardholder entered through the main door"};
+                                        .eventText = "Entered by main door"};
 
 const std::vector<std::uint8_t>& Stream() {
     static const std::vector<std::uint8_t> stream = [] {

@@ -60,7 +60,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const Exact<uint8_t> bytes(data, size);
     const Reading reading(bytes);
     CheckHeader(bytes, reading);
+    const std::optional<Parameters> parameters = WalkAsReader(Bytes(data, data + size));
     if (!reading.action) {
+        TMX_HOLDS(!parameters);
         // What remained at the first failed read; -1 where an earlier one at exactly nothing left
         // had not been seen.
         TMX_HOLDS(reading.used <= size + 1 || reading.used == 0xFFFFFFFF);
@@ -68,20 +70,28 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     TMX_HOLDS(reading.used >= 8 && reading.used <= size + 1);
     CheckAction(reading.action.get());
-    // Buffers that end before a last field, or in a foreign block of eight bytes, tell one more.
+    const Message message = ValuesOf(reading.action.get());
+    if (parameters) {
+        TMX_HOLDS(parameters->action == message.action);
+        TMX_HOLDS(reading.used >= parameters->end);
+        // The text of a data set has more than one spelling.
+        if (!HasDataSet(*message.action)) TMX_HOLDS(parameters->values == message.values);
+    } else {
+        // Parameters that end just before a last field give the object with that field's default.
+        TMX_HOLDS(reading.used == size + 1);
+    }
+    // A foreign block of exactly eight bytes tells one more than the size, too.
     if (reading.used > size) return 0;
 
     // What follows is not looked at.
     const Bytes stored = StoreBytes(reading.action.get());
-    const Message message = ValuesOf(reading.action.get());
     const Exact<uint8_t> prefix(data, reading.used);
     const Reading alone(prefix);
     TMX_HOLDS(static_cast<bool>(alone.action));
     TMX_HOLDS(alone.used == reading.used);
     TMX_HOLDS(ValuesOf(alone.action.get()).values == message.values);
 
-    // Bytes as the library writes them are written again as they were. The text of a data set has
-    // more than one spelling.
+    // Bytes as the library writes them are written again as they were.
     const std::optional<Message> canonical = Walk(Bytes(data, data + reading.used));
     if (canonical && !HasDataSet(*canonical->action)) {
         TMX_HOLDS(canonical->parametersEnd == message.parametersEnd);

@@ -117,7 +117,7 @@ namespace {
 
 class Walker {
   public:
-    explicit Walker(const Bytes& bytes) : bytes_(bytes) {}
+    Walker(const Bytes& bytes, bool strict) : bytes_(bytes), strict_(strict) {}
 
     bool ok() const { return ok_; }
     size_t at() const { return at_; }
@@ -137,13 +137,14 @@ class Walker {
     }
     bool TakeFlag() {
         const auto byte = Take<uint8_t>();
-        if (byte > 1) ok_ = false;
+        if (strict_ && byte > 1) ok_ = false;
         return byte != 0;
     }
     template <typename Char>
     std::basic_string<Char> TakeText() {
         const auto count = Take<uint32_t>();
         std::basic_string<Char> text;
+        if (ok_ && count == 0 && !strict_) return text;
         if (!ok_ || count == 0 || (bytes_.size() - at_) / sizeof(Char) < count) {
             ok_ = false;
             return text;
@@ -151,7 +152,7 @@ class Walker {
         text.resize(count);
         std::memcpy(text.data(), bytes_.data() + at_, count * sizeof(Char));
         at_ += count * sizeof(Char);
-        if (text.back() != 0) ok_ = false;
+        if (strict_ && text.back() != 0) ok_ = false;
         text.pop_back();
         return text;
     }
@@ -159,7 +160,7 @@ class Walker {
     Value TakeValue(const Parameter& parameter) {
         Value value;
         if (parameter.optional && parameter.type != TmxParamType_DataSet) {
-            value.present = TakeFlag();
+            value.present = (strict_ || !atEnd()) && TakeFlag();
             if (!value.present) return value;
         }
         switch (parameter.type) {
@@ -209,6 +210,7 @@ class Walker {
 
   private:
     const Bytes& bytes_;
+    const bool strict_;
     size_t at_ = 0;
     bool ok_ = true;
 };
@@ -235,19 +237,36 @@ bool HasApostropheInName(const Value& set) {
 
 }  // namespace
 
-std::optional<Message> Walk(const Bytes& bytes) {
-    Walker walker(bytes);
-    Message message;
+namespace {
+
+// The header and the parameters; nothing where the walk fails.
+std::optional<Parameters> TakeParameters(Walker& walker) {
     const auto messageClass = walker.Take<uint32_t>();
     const auto code = walker.Take<uint32_t>();
-    message.action = FindAction(code);
-    if (!walker.ok() || messageClass != TMX_MESSAGE_CLASS_ACTION || message.action == nullptr)
+    const ActionFacts* action = FindAction(code);
+    if (!walker.ok() || messageClass != TMX_MESSAGE_CLASS_ACTION || action == nullptr)
         return std::nullopt;
-    for (const Parameter& parameter : message.action->parameters) {
-        message.values.push_back(walker.TakeValue(parameter));
+    Parameters parameters{action, {}, 0};
+    for (const Parameter& parameter : action->parameters) {
+        parameters.values.push_back(walker.TakeValue(parameter));
         if (!walker.ok()) return std::nullopt;
     }
-    message.parametersEnd = walker.at();
+    parameters.end = walker.at();
+    return parameters;
+}
+
+}  // namespace
+
+std::optional<Parameters> WalkAsReader(const Bytes& bytes) {
+    Walker walker(bytes, false);
+    return TakeParameters(walker);
+}
+
+std::optional<Message> Walk(const Bytes& bytes) {
+    Walker walker(bytes, true);
+    std::optional<Parameters> parameters = TakeParameters(walker);
+    if (!parameters) return std::nullopt;
+    Message message{parameters->action, std::move(parameters->values), parameters->end, {}};
     if (walker.Take<uint32_t>() != TMX_PROPERTY_BLOCK_MARKER) walker.Refuse();
     const auto count = walker.Take<int32_t>();
     if (count < 0) walker.Refuse();

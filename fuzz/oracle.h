@@ -118,6 +118,16 @@ struct Message {
 // 1, every text with its terminator, the property block with each name once, nothing behind it.
 std::optional<Message> Walk(const Bytes& bytes);
 
+// Reads an action's parameters as the library's reader must: any byte but 0 is a set flag, a text's
+// last unit is passed over unread, a count of 0 is an empty text, and an optional parameter at the
+// very end is absent. Nothing if they aren't there whole.
+struct Parameters {
+    const ActionFacts* action;
+    Values values;
+    size_t end;
+};
+std::optional<Parameters> WalkAsReader(const Bytes& bytes);
+
 // The values of a live action: its bytes, with the data sets' entries besides.
 Message ValuesOf(TmxHandle action);
 

@@ -16,43 +16,9 @@
 #include <vector>
 
 #include "support/checks.h"
+#include "support/live_blocks.h"
 #include "support/model.h"
 #include "support/value_sets.h"
-
-// ---- Live blocks of the process -----------------------------------------------------------------
-
-namespace {
-
-std::atomic<int64_t> liveBlocks{0};
-
-void* Allocate(size_t size) noexcept {
-    void* block = std::malloc(size != 0 ? size : 1);
-    if (block != nullptr) liveBlocks.fetch_add(1, std::memory_order_relaxed);
-    return block;
-}
-
-void GiveBack(void* block) noexcept {
-    if (block == nullptr) return;
-    liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-    std::free(block);
-}
-
-}  // namespace
-
-void* operator new(size_t size) {
-    void* block = Allocate(size);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}
-void* operator new[](size_t size) { return operator new(size); }
-void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* block) noexcept { GiveBack(block); }
-void operator delete[](void* block) noexcept { GiveBack(block); }
-void operator delete(void* block, size_t) noexcept { GiveBack(block); }
-void operator delete[](void* block, size_t) noexcept { GiveBack(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { GiveBack(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { GiveBack(block); }
 
 namespace tmxtest {
 namespace {
@@ -357,6 +323,30 @@ TEST_F(ThreadsTest, ClosedInAnotherThread) {
 }
 
 // Objects outlive the threads that made them.
+// A reader never sees more or fewer objects than can be alive at the moment.
+TEST_F(ThreadsTest, TheCountOfOpenHandlesIsTrueAtEveryMoment) {
+    constexpr uint32_t kMakers = 4;
+    const uint32_t before = TmxAct_GetNumberOfOpenHandles();
+    std::atomic<bool> done{false};
+    std::vector<std::thread> makers;
+    for (uint32_t i = 0; i < kMakers; ++i) {
+        makers.emplace_back([] {
+            for (unsigned round = 0; round < kRounds * 50; ++round)
+                TmxAct_CloseHandle(TmxAct_CreateStopAllEvents());
+        });
+    }
+    std::thread reader([&] {
+        while (!done.load()) {
+            const uint32_t open = TmxAct_GetNumberOfOpenHandles() - before;
+            ASSERT_LE(open, kMakers);
+        }
+    });
+    for (std::thread& maker : makers) maker.join();
+    done.store(true);
+    reader.join();
+    EXPECT_EQ(TmxAct_GetNumberOfOpenHandles(), before);
+}
+
 TEST_F(ThreadsTest, ObjectsOutliveTheirThreads) {
     const std::vector<Sample> samples = MakeSamples();
     const uint32_t before = TmxAct_GetNumberOfOpenHandles();

@@ -203,7 +203,7 @@ TMXACT_API bool TmxAct_GetInternalIndex(TmxHandle handle, uint32_t* index);
  * order. References agree by the component that a gives: id (or GUID), else number, else name; so
  * the order of the arguments matters. Texts agree without regard to case, date-times by their
  * instant. Properties, flags and internal data take no part. A generic action equals nothing.
- * Returns: true; the answer goes to equal. */
+ * Returns: true, and the answer goes to equal; false if the system can't compare two texts. */
 TMXACT_API bool TmxAct_Equal(TmxHandle a, TmxHandle b, bool* equal);
 
 /* Tells the action code (TmxActionCode), TMX_GENERIC_ACTION_CODE for a generic action.
@@ -247,11 +247,13 @@ TMXACT_API bool TmxAct_StoreToTextBufferW(TmxHandle handle, TmxWChar* buffer, ui
  * utf8: the code page of narrow text (and of the narrow parameters in wide text).
  * consumed: out, may be null. With a handle: the characters used, so that the next message begins
  *     there. After an unknown name or a message of another class: the characters up to the end of
- *     the name. After a syntax error: the characters that were left at the error (as a signed
- *     number, the place is length minus that). Unchanged where an exception was recorded. A text
- *     that ends just where its closing parenthesis is due is taken, and consumed is length + 1.
+ *     the name. After a syntax error: the characters that were left at the error (the place is
+ *     length minus that). Unchanged where an exception was recorded. An error with exactly nothing
+ *     left is seen only at the next step, or not at all: it tells -1, as a signed number, less the
+ *     white space skipped in between; a text that ends just where its closing parenthesis is due is
+ *     taken, and an empty or blank text gives null, both with consumed = length + 1.
  * Returns: a new handle that the caller closes, or null. A syntax error or an unknown name is no
- *     recorded failure; a bad GUID or date-time is. */
+ *     recorded failure; a bad GUID or date-time is, and a text for which memory runs out. */
 TMXACT_API TmxHandle TmxAct_CreateFromTextBufferA(const char* text, uint32_t length,
                                                   uint32_t messageClass, bool utf8,
                                                   uint32_t* consumed);
@@ -263,6 +265,7 @@ TMXACT_API TmxHandle TmxAct_CreateFromTextBufferW(const TmxWChar* text, uint32_t
 
 /* Writes a message as bytes, its properties included.
  * buffer: room for size bytes; may be null where size is 0.
+ * size: bytes, taken as a signed number.
  * needed: out, may be null: the bytes that the whole message takes, also where the buffer was too
  *     small.
  * Returns: true; false if the buffer is too small ("buffer too small"; what the buffer then holds
@@ -273,12 +276,15 @@ TMXACT_API bool TmxAct_StoreToBinBuffer(TmxHandle handle, uint8_t* buffer, uint3
 /* Makes a message from its bytes.
  * size: bytes that may be read.
  * messageClass: TMX_MESSAGE_CLASS_ACTION, TMX_MESSAGE_CLASS_MATCH_ACTION or TMX_ANY_MESSAGE_CLASS.
- * used: out, may be null. With a handle: the bytes used, so that the next message begins there (a
- *     buffer that ends just before a last field of fixed size gives the object with that field's
- *     default, and used is size + 1). Otherwise 8 after an unknown code or another class, else the
- *     bytes that were left at the first failed read.
+ * used: out, may be null. With a handle: the bytes used, so that the next message begins there.
+ *     After an unknown code, or a message of a class that wasn't asked for: 8. After a class that
+ *     doesn't exist, or a read that failed: the bytes that were left there. A failure with exactly
+ *     nothing left is seen only at the next read, or not at all: it tells -1, as a signed number;
+ *     bytes that end just before a last field of fixed size, or inside the properties at such a
+ *     place, give the object, and bytes that end behind the class, or behind a header of a class
+ *     that doesn't exist, give null, all with used = size + 1.
  * Returns: a new handle that the caller closes, or null. Bytes that can't be read are no recorded
- *     failure. */
+ *     failure; a text for which memory runs out is. */
 TMXACT_API TmxHandle TmxAct_CreateFromBinBuffer(const uint8_t* buffer, int32_t size,
                                                 uint32_t messageClass, uint32_t* used);
 
@@ -287,7 +293,8 @@ TMXACT_API TmxHandle TmxAct_CreateFromBinBuffer(const uint8_t* buffer, int32_t s
 /* Makes an action without a catalogue entry that carries routing values alone. It has no name, no
  * text and no parameters in bytes, and equals nothing.
  * videoInput to outputContact: may be null, which leaves the reference empty.
- * Returns: a new handle that the caller closes; null where there is no memory for the object. */
+ * Returns: a new handle that the caller closes; null without a recorded failure where there is no
+ *     memory for the object, null with one where there is none for a name. */
 TMXACT_API TmxHandle TmxAct_CreateGenericAction(const TmxObjectRef* videoInput,
                                                 const TmxObjectRef* videoOutput,
                                                 const TmxObjectRef* inputContact,
@@ -324,7 +331,7 @@ TMXACT_API bool TmxAct_GetForeignKey(TmxHandle handle, int64_t** key);
  */
 
 /* Sets a property; a null value removes it (removing what isn't there is no error).
- * Returns: true. */
+ * Returns: true; false where memory runs out, with nothing changed. */
 TMXACT_API bool TmxAct_SetProperty(TmxHandle handle, const TmxWChar* name, const TmxWChar* value);
 
 /* Tells a property's value; the empty text if there is none.
@@ -334,7 +341,7 @@ TMXACT_API bool TmxAct_GetProperty(TmxHandle handle, const TmxWChar* name, const
 
 /* Tells all properties as an XML-like text.
  * text: out, stays until the next call on the object, or until the object ends.
- * Returns: true. */
+ * Returns: true; false where memory runs out. */
 TMXACT_API bool TmxAct_GetProperties(TmxHandle handle, const TmxWChar** text);
 
 #ifdef __cplusplus

@@ -10,6 +10,7 @@
  *    back with TmxAct_CloseHandle. Every text or record pointer that a Get or Decode function hands
  *    out belongs to the object (or to the catalogue) and lives as long as that. The caller frees
  *    nothing else.
+ *  - Texts and records lie at addresses that their types ask for (wide text at even ones).
  *  - Handles and out pointers are not tested: a null, stale or foreign one is undefined behaviour,
  *    unless a function says that it may be null.
  *  - Nothing throws across this boundary. A function returns false, a null handle or zero on
@@ -67,7 +68,8 @@ typedef TmxMessage* TmxHandle;
 #define TMX_GENERIC_ACTION_CODE 0x7ffffffeu
 /* A length from here up makes the CreateFromText functions measure the zero-terminated text. */
 #define TMX_MEASURE_LENGTH 0x7fffffffu
-/* Bits of the message flags; the other bits are the caller's. */
+/* Bits of the message flags; the other bits are the caller's. Bit 0 says that the references of an
+ * action are complete, bit 1 that it goes into event records in the compact form. */
 #define TMX_MESSAGE_FLAG_COMPLETE 1u
 #define TMX_MESSAGE_FLAG_COMPACT_EVENT_DATA 2u
 /* The marker of the property block at the end of a stored action. */

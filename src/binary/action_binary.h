@@ -18,8 +18,9 @@ inline constexpr std::int32_t kMaxPropertiesRead = 1000;
 /// Writes an action's properties.
 BinOutput StorePropertyBlock(BinOutput output, const Properties& properties);
 
-/// Reads an action's properties. Never fails the action: bytes that hold no block, or a cut or
-/// foreign one, leave the place behind the parameters; pairs read before a cut stay.
+/// Reads an action's properties. Bytes never fail the action: where they hold no block, or a cut or
+/// foreign one, the place stays behind the parameters and pairs read before a cut stay, but for a
+/// failure with exactly nothing left, which isn't seen and isn't rolled back.
 void LoadPropertyBlock(BinInput& input, Properties& properties);
 
 /// Reads one message. messageClass is kNone for any. used: see TmxAct_CreateFromBinBuffer. Null:

@@ -1,6 +1,7 @@
 // Exports: the generic action, routing and properties.
 #include <tmxactions/functions.h>
 
+#include "event/property_list.h"
 #include "frame/call.h"
 #include "objects/generic_action.h"
 
@@ -65,5 +66,5 @@ bool TmxAct_GetProperty(TmxHandle handle, const TmxWChar* name, const TmxWChar**
 }
 
 bool TmxAct_GetProperties(TmxHandle handle, const TmxWChar** text) {
-    return Frame::Run([&] { *text = Action(handle).properties.List().c_str(); });
+    return Frame::Run([&] { *text = ListProperties(Action(handle).properties).c_str(); });
 }

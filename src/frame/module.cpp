@@ -2,18 +2,9 @@
 #include "actions/families.h"
 #include "catalogue/catalogue.h"
 #include "frame/last_error.h"
-#include "frame/typed.h"
 #include "objects/generic_action.h"
 
 namespace TmxPLC {
-
-namespace Frame {
-
-void ThrowWrongDecodeMethod() {
-    throw TmxPLCException(TMX_WIDE("Wrong decode method"), TmxPLCException::WrongDecodeMethod);
-}
-
-}  // namespace Frame
 
 namespace {
 

@@ -27,8 +27,8 @@ class Properties {
     void Remove(WideView name) noexcept;
     void Clear() noexcept { state_.reset(); }
 
-    /// All pairs as an XML-like text, which stays until the next call or the end of the object.
-    const WideString& List();
+    /// The place for the text that lists all pairs; it stays until the end of the object.
+    WideString& ListText() { return Made().text; }
 
   private:
     struct State {

@@ -41,12 +41,13 @@ class TextScanner {
           Utf8Mode(utf8) {}
 
     const Char* Cursor;
-    std::uint32_t Length;    // as given; the consumed count is computed from it
-    std::int32_t Remaining;  // units left; -1 from the first failure on
+    std::uint32_t Length;  // as given; the consumed count is computed from it
+    /// Units left; -1 at the first failure. Below zero also where a search went beyond the length.
+    std::int32_t Remaining;
     /// 0 while the scan is healthy, else what remained at the first failure. A failure with exactly
     /// nothing left is therefore not seen at once: Remaining goes to -1, and the next test fails
-    /// again and shows as -1. Only the very last test of a text escapes: a text that ends just
-    /// where its closing parenthesis is due is taken.
+    /// again and shows as -1, less the white space skipped in between. Only the very last test of a
+    /// text escapes: a text that ends just where its closing parenthesis is due is taken.
     std::int32_t ErrorRemaining = 0;
     bool Utf8Mode;                                  // the code page of narrow texts
     const Descriptor* MessageDescriptor = nullptr;  // null until the name was looked up
@@ -162,7 +163,8 @@ class TextScanner {
         std::uint32_t base = 10;
         const Char* at = Cursor;
         std::int32_t left = Remaining;
-        // The first unit, and the one behind a zero, are looked at whatever remains.
+        // The first unit, and the one behind a zero, are looked at whatever remains: a prefix of
+        // which only the zero lies inside the length takes what remains below zero.
         if (*at == '-' || *at == '+') {
             negative = *at == '-';
             ++at;
@@ -259,14 +261,12 @@ class TextScanner {
         return true;
     }
 
-    // A difference of pointers becomes a count.
+    // A difference of pointers becomes a count: a negative one counts as 0.
     void Advance(std::ptrdiff_t count) noexcept {
-        Remaining = static_cast<std::int32_t>(
-            static_cast<std::uint32_t>(Remaining) -
-            static_cast<std::uint32_t>(
-                count <= 0x7fffffff
-                    ? count
-                    : static_cast<std::ptrdiff_t>(Zinc::ClipPtrDiff(count, 0xffffffff))));
+        if (count < 0 || count > 0x7fffffff)
+            count = static_cast<std::ptrdiff_t>(Zinc::ClipPtrDiff(count, 0xffffffff));
+        Remaining = static_cast<std::int32_t>(static_cast<std::uint32_t>(Remaining) -
+                                              static_cast<std::uint32_t>(count));
     }
 
     void ScanParen(char paren) noexcept {

@@ -89,7 +89,8 @@ std::int16_t ParseBiasText(const WideChar* text);
 TZincDateTime ParseDateTime(const WideChar* text);
 
 /// The same for a text in exactly the form that DateTimeToText writes for a year of four digits;
-/// false for any other text, right or wrong.
+/// false for any other text, and for one with a part out of range: ParseDateTime then tells what is
+/// wrong.
 template <typename Char>
 bool ParseCanonicalDateTime(std::basic_string_view<Char> text, TZincDateTime& value) noexcept;
 

@@ -126,13 +126,13 @@ inline bool Equal(const void* left, const void* right, std::size_t count) noexce
 /// The first of two units, one of which must come; the terminator is given as 0.
 template <typename Char>
 inline const Char* FindEither(const Char* text, char one, char other) noexcept {
-#if TMX_SEARCH_BY_UNIT
-    while (*text != static_cast<Char>(one) && *text != static_cast<Char>(other)) ++text;
-    return text;
-#else
+    const auto address = reinterpret_cast<std::uintptr_t>(text);
+    if constexpr (TMX_SEARCH_BY_UNIT != 0) {
+        while (*text != static_cast<Char>(one) && *text != static_cast<Char>(other)) ++text;
+        return text;
+    }
     const __m128i ones = Detail::All<Char>(one);
     const __m128i others = Detail::All<Char>(other);
-    const auto address = reinterpret_cast<std::uintptr_t>(text);
     const auto* block = reinterpret_cast<const __m128i*>(address & ~std::uintptr_t{15});
     // What lies ahead of the text in its first block doesn't count.
     std::uint32_t wanted = 0xFFFFu << (address & 15);
@@ -148,7 +148,6 @@ inline const Char* FindEither(const Char* text, char one, char other) noexcept {
         ++block;
         wanted = 0xFFFF;
     }
-#endif
 }
 
 /// Whether a zero-terminated text begins with these units, none of which is a terminator. Like the

@@ -159,7 +159,16 @@ class Help(Case):
 
     def test_wrong_use(self):
         for arguments, word in ((["frobnicate"], "frobnicate"), (["convert"], "--to is required"),
-                                (["convert", "--to", "xml"], "--to"), (["check"], "FILE is required"),
+                                (["convert", "--to", "xml"], "--to"),
+                                (["chekc", "x"], "no command 'chekc'; perhaps check"),
+                                (["catalog", "x"], "no command 'catalog'; perhaps catalogue"),
+                                (["--json"], "no option '--json'"),
+                                (["check", "--jsn", "x"], "no option '--jsn'; perhaps --json"),
+                                (["convert", "--too=text"], "no option '--too'; perhaps --to"),
+                                (["check", "-vz", "x"], "no option '-z'"),
+                                (["catalogue", "a", "b", "c"], "nothing is expected at 'b'"),
+                                (["check", "--max-size", "12x"], "found '12x'"),
+                                (["check", "--max-size", "2G", "x"], "--max-size"),
                                 (["convert", "--to", "text", "--wrong"], "--wrong"),
                                 (["convert", "--to", "text", "--from", "xml"], "--from"),
                                 (["check", "--max-size", "0", "x"], "--max-size"),
@@ -289,6 +298,8 @@ class Convert(Case):
         self.assertEqual((0, 'CustomAction (7, "Gr\ufffdn")\n'), (result.code, result.out))
         self.assertIn("standard input:1:21: warning: ", result.err)
         self.assertIn("--ansi", result.err)
+        result = self.run_tmxact("convert", "--to", "text", stdin=b'CustomAction (7, "\xfc")' * 99)
+        self.assertEqual((0, 1), (result.code, result.err.count("warning")))
 
     def test_older_writer(self):
         """Actions without a property block, and one that ends ahead of its optional parameters."""
@@ -497,6 +508,28 @@ class Refused(Case):
         self.assertNotIn("\x1b", result.err)
         self.assertIn("\ufffd[31mCameraOn (x)", result.err)
 
+    def test_byte_order_mark_is_no_column(self):
+        result = self.run_tmxact("check", "-q", "-", stdin="\ufeffCameraOn (x)\nCameraOn (y)")
+        self.assertEqual("", result.err)
+        result = self.run_tmxact("check", "-", stdin="\ufeffCameraOn (x)\nCameraOn (y)")
+        self.assertEqual(["1:11", "2:11"], re.findall(r"standard input:([\d:]+):", result.err))
+        self.assertIn("\n  CameraOn (x)\n            ^\n", result.err)
+
+    def test_caret_counts_the_columns_of_the_terminal(self):
+        """A combining accent takes none, a wide character two; each is one character."""
+        result = self.run_tmxact("check", "-",
+                                 stdin='CustomAction (1, "e\u0301中文😀") CameraOn (x)')
+        lines = result.err.split("\n")
+        self.assertTrue(lines[0].startswith("standard input:1:37: "), lines[0])
+        self.assertEqual(2 + 39 - 1, lines[2].index("^"))
+
+    def test_utf16(self):
+        for mark, code in ((b"\xff\xfe", "utf-16-le"), (b"\xfe\xff", "utf-16-be")):
+            result = self.run_tmxact("check", "-", stdin=mark + "CameraOn (1)".encode(code))
+            self.assertEqual(1, result.code)
+            self.assertIn("standard input:1:1: the file begins with the byte order mark of UTF-16",
+                          result.err)
+
     def test_long_line_is_cut(self):
         text = 'CustomAction (1, "' + "x" * 5000 + '") CameraOn (x) ' + "y" * 5000
         result = self.run_tmxact("check", "-", stdin=text)
@@ -519,6 +552,21 @@ class Refused(Case):
             stdin="CameraOn (x\n 5)\nnote: CameraOn\nCamraOn (6)\n  cameraon (7)\n")
         self.assertEqual("CameraOn (7)\n", result.out)
         self.assertEqual(["1:11", "4:1"], re.findall(r"standard input:([\d:]+):", result.err))
+
+    def test_unfinished_line_costs_one_action(self):
+        result = self.run_tmxact("convert", "--to", "text",
+                                 stdin='UserLogin ("a"\r\n  CameraOn (2)\r\n'
+                                       'CameraOn (\nFoo (1)\n')
+        self.assertEqual("CameraOn (2)\n", result.out)
+        self.assertEqual(["2:3", "4:1"], re.findall(r"standard input:([\d:]+):", result.err))
+
+    def test_separators_between_actions(self):
+        result = self.run_tmxact(
+            "convert", "--to", "text",
+            stdin="CameraOn (1); CameraOn (2),,Foo;CameraOn (3)\nCameraOn (4)\0CameraOn (5)\n")
+        self.assertEqual("".join(f"CameraOn ({i})\n" for i in (1, 2, 4, 5)), result.out)
+        self.assertEqual(["1:13", "1:27", "2:13"],
+                         re.findall(r"standard input:([\d:]+):", result.err))
 
     def test_forgotten_quote_costs_one_action(self):
         result = self.run_tmxact(
@@ -603,6 +651,34 @@ class Check(Case):
                        "  CameraOm (2)\n  ^\ntmxact: 1 action read, 1 refused\n")
 
 
+    def test_standard_input(self):
+        self.check(["check"], stdin="CameraOn (1)", err="tmxact: 1 action read, 0 refused\n")
+
+    def test_json(self):
+        text = b'\xef\xbb\xbfDeviceFound ("\xc3\xa4\xff", "", "")\nCameraOm (2)\n'
+        self.file("a.txt", text)
+        self.file("b.bin", CAMERA_ON + b"rubbish")
+        result = self.run_tmxact("check", "--json", "a.txt", "b.bin")
+        self.assertEqual((1, "tmxact: 2 actions read, 2 refused\n"), (result.code, result.err))
+        lines = [json.loads(line) for line in result.out.splitlines()]
+        self.assertEqual(
+            [{"file": "a.txt", "line": 1, "column": 16, "offset": 19, "severity": "warning"},
+             {"file": "a.txt", "line": 2, "column": 1, "offset": text.index(b"CameraOm"),
+              "severity": "error", "reason": "unknown action 'CameraOm'; the nearest is CameraOn"},
+             {"file": "b.bin", "offset": len(CAMERA_ON), "severity": "error",
+              "reason": "expected a message class of 1 or 2"}],
+            [{k: v for k, v in line.items() if line["severity"] == "error" or k != "reason"}
+             for line in lines])
+        self.assertEqual(result.out, self.run_tmxact("check", "-q", "--json", "a.txt", "b.bin").out)
+
+    def test_json_leaves_as_it_comes(self):
+        process = self.open_pipe("check", "--json")
+        process.stdin.write(b"CameraOn (y)\n")
+        self.assertEqual(b'{"file":"standard input"', self.read_within(process.stdout, 24))
+        process.stdin.close()
+        self.assertEqual(1, process.wait(10))
+
+
 class Catalogue(Case):
     def test_action(self):
         expected = ("CameraOn\n  code         122\n  class        CameraControl (3)\n"
@@ -659,6 +735,18 @@ class Catalogue(Case):
                        "CameraOff\n")
         self.check(["catalogue", "Zyxwvutsr"], code=1,
                    err="tmxact: nothing in the catalogue is called 'Zyxwvutsr'\n")
+
+    def test_letters_swapped(self):
+        self.assertIn("perhaps CameraOn,", self.run_tmxact("catalogue", "CmaeraOn").err)
+
+    def test_part_of_a_name(self):
+        self.check(["catalogue", "barcode"], code=1,
+                   err="tmxact: nothing in the catalogue is called 'barcode'; perhaps BarcodeData, "
+                       "LogBarcodeData, LogBarcodeDataLPS, LogBarcodeID\n")
+
+    def test_empty_name(self):
+        self.check(["catalogue", ""], code=1,
+                   err="tmxact: nothing in the catalogue is called ''\n")
 
     def test_names(self):
         names = self.run_tmxact("catalogue", "--names").out.split()
@@ -799,6 +887,45 @@ class System(Case):
         self.assertEqual((4, b"tmxact: standard output: can't write: No space left on device\n"),
                          (done.returncode, done.stderr))
 
+    def test_size_limit_leaves_whole_lines(self):
+        """A limit on the file's size stands for a full disk that takes a part of a write."""
+        self.file("in.txt", "CameraOn (123)\n" * 50_000)
+
+        def limit():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (400_003, 400_003))
+        done = subprocess.run([TMXACT, "convert", "--to", "text", "-o", "out.txt", "in.txt"],
+                              capture_output=True, env=environment(), cwd=self.folder, timeout=20,
+                              preexec_fn=limit)
+        self.assertEqual((4, b"tmxact: out.txt: can't write: File too large\n"),
+                         (done.returncode, done.stderr))
+        with open(os.path.join(self.folder, "out.txt"), "rb") as stream:
+            self.assertEqual({b"CameraOn (123)\n"}, set(stream.read().splitlines(keepends=True)))
+
+    def closed(self, streams, *arguments):
+        return subprocess.run(["sh", "-c", f'exec "$@" {streams}', "sh", TMXACT, *arguments],
+                              capture_output=True, env=environment(), cwd=self.folder, timeout=20)
+
+    def test_closed_standard_streams(self):
+        """No file takes the place of a stream that isn't there."""
+        self.file("a.txt", "CameraOn (1) CameraOn (x)")
+        done = self.closed("<&-", "check")
+        self.assertEqual(4, done.returncode)
+        self.assertIn(b"standard input: can't read: Bad file descriptor", done.stderr)
+        done = self.closed(">&-", "convert", "--to", "text", "a.txt")
+        self.assertEqual(4, done.returncode)
+        self.assertIn(b"standard output: can't write: Bad file descriptor", done.stderr)
+        self.assertEqual(1, self.closed(">&-", "check", "a.txt").returncode)
+        done = self.closed("<&- >&- 2>&-", "convert", "--to", "text", "-o", "out.txt", "a.txt")
+        self.assertEqual(3, done.returncode)
+        with open(os.path.join(self.folder, "out.txt"), encoding="utf-8") as stream:
+            self.assertEqual("CameraOn (1)\n", stream.read())
+
+    def test_empty_file_names(self):
+        self.check(["check", "-q", ""], code=4, err="tmxact: a file's name is empty\n")
+        self.check(["convert", "--to", "text", "-o", ""], code=4,
+                   err="tmxact: the output file's name is empty\n")
+
     def test_output_that_cannot_be_made(self):
         result = self.run_tmxact("convert", "--to", "text", "-o", "no/such/folder")
         self.assertEqual(4, result.code)
@@ -887,6 +1014,22 @@ class Documents(Case):
         self.assertEqual(["--int64"], self.complete("tmxact convert --in"))
         self.assertIn("--output", self.complete("tmxact convert --"))
         self.assertEqual(["events.txt"], self.complete("tmxact convert --to json eve"))
+
+    def test_completions_know_every_value(self):
+        """Names come from the program; what an option's value may be stands in each file."""
+        valued = {name
+                  for command in ("convert", "check", "catalogue")
+                  for name in re.findall(r"^ +(?:-\w,)?--([\w-]+) [A-Z]+",
+                                         self.run_tmxact(command, "--help").out, re.M)}
+        self.assertEqual({"color", "from", "int64", "max-size", "output", "to"}, valued)
+        for file, form in (("tmxact.bash", "--{}"), ("_tmxact", "--{}"), ("tmxact.fish", "-l {} ")):
+            with open(os.path.join(SOURCES, file), encoding="utf-8") as stream:
+                text = stream.read()
+            for name in valued:
+                self.assertIn(form.format(name), text, file)
+            for values in ("auto text bin", "text bin display json", "number string",
+                           "auto always never"):
+                self.assertIn(values, text, file)
 
     def test_man_page_renders(self):
         page = os.path.join(SOURCES, "tmxact.1")

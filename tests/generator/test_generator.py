@@ -210,6 +210,11 @@ class Mistakes(GeneratorTest):
             ("41 X | A Int32 Optional", "unknown word 'Optional' behind parameter A of X"),
             ("41 X | A Int32 extra=x", "unknown word 'extra=x'"),
             ("41 X | A Int32 role=Viewer", "unknown word 'role=Viewer'"),
+            ("41 X | A ObjectRef KindCamera KindViewer",
+             "two kinds, KindCamera and KindViewer, on parameter A"),
+            ("41 X | A Int32 KindCamera", "KindCamera goes with ObjectRef: parameter A of X"),
+            ("41 X | A ObjectRef role=NamedId", "role=NamedId goes with NamedId: parameter A of X"),
+            ("41 X | Guid Guid", "the classes of actions use the name Guid for something else"),
             ("41 X | Ab Int32; AB Bool", "duplicate parameter AB of X"),
             ("41 X | handle Int32", "'handle' is no name of a parameter: it begins with a capital"),
             ("41 X | A Int32; B Bool; A Bool", "duplicate parameter A of X"),
@@ -241,7 +246,7 @@ class Mistakes(GeneratorTest):
             ("12 X | none", "duplicate action code 12, first at lamps.table:5"),
             ("41 LampOn | none", "duplicate action name lampon, first at lamps.table:5"),
             ("41 LAMPON | none", "duplicate action name lampon, first at lamps.table:5"),
-            ("41 LampTestEx | none", "two typed functions are named LampTestEx"),
+            ("41 LampTestEx | none", "there is a function TmxAct_CreateLampTestEx already"),
         ):
             with self.subTest(row=row):
                 self.assert_row_refused(row, reason)

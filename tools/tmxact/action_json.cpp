@@ -19,16 +19,17 @@ struct Putting {
     bool mayBeUtf8;
 
     void Value(std::int32_t value) const {
-        if (!parameter.IsEnum()) return json.Int32(value);
-        json.Raw("{\"value\":");
-        json.Int32(value);
+        if (!parameter.IsEnum()) return json.Number(value);
+        json.StartObject();
+        json.Key("value");
+        json.Number(value);
         const std::string* name =
             parameter.enumeration != nullptr ? parameter.enumeration->NameOf(value) : nullptr;
         if (name != nullptr) {
             json.Key("name");
             json.Utf8(*name);
         }
-        json.Raw("}");
+        json.EndObject();
     }
     void Value(std::int64_t value) const { json.Int64(value); }
     void Value(double value) const { json.Double(value); }
@@ -38,44 +39,45 @@ struct Putting {
     void Value(const TmxWChar* value) const { json.Wide(value); }
     void Value(const char* value) const { json.Narrow(value, mayBeUtf8); }
     void Value(const TmxObjectRef& value) const {
-        json.Raw("{\"id\":");
+        json.StartObject();
+        json.Key("id");
         json.Int64(value.id);
         if (parameter.type == TmxParamType_ObjectRef) {
-            json.Raw(",\"number\":");
-            json.Int32(value.number);
+            json.Key("number");
+            json.Number(value.number);
         }
-        json.Raw(",\"name\":");
+        json.Key("name");
         json.Wide(value.name);
-        json.Raw("}");
+        json.EndObject();
     }
     void Value(const TmxGuidRef& value) const {
-        json.Raw("{\"guid\":");
+        json.StartObject();
+        json.Key("guid");
         json.Guid(value.guid);
-        json.Raw(",\"name\":");
+        json.Key("name");
         json.Wide(value.name);
-        json.Raw("}");
+        json.EndObject();
     }
     void Value(const TmxRect& value) const { Words(value.words); }
     void Value(const TmxDataSet& value) const {
-        json.Raw("[");
+        json.StartArray();
         for (std::uint64_t i = 0; i < value.count; ++i) {
             const TmxDataSetEntry& entry = value.items[i];
-            json.Raw(i == 0 ? "{\"words\":" : ",{\"words\":");
+            json.StartObject();
+            json.Key("words");
             Words(entry.words);
-            json.Raw(",\"number\":");
-            json.Int32(entry.number);
-            json.Raw(",\"name\":");
+            json.Key("number");
+            json.Number(entry.number);
+            json.Key("name");
             json.Wide(entry.name);
-            json.Raw("}");
+            json.EndObject();
         }
-        json.Raw("]");
+        json.EndArray();
     }
     void Words(const std::int16_t (&words)[4]) const {
-        for (int i = 0; i < 4; ++i) {
-            json.Raw(i == 0 ? "[" : ",");
-            json.Int32(words[i]);
-        }
-        json.Raw("]");
+        json.StartArray();
+        for (const std::int16_t word : words) json.Number(word);
+        json.EndArray();
     }
 
     template <typename T>
@@ -171,16 +173,19 @@ bool PutProperties(JsonText& json, TmxHandle handle) {
     if (!TmxAct_GetProperties(handle, &listing)) return false;
     const std::u16string_view text(reinterpret_cast<const char16_t*>(listing));
     std::size_t at = 0;
+    bool any = false;
     std::u16string piece;
-    for (bool first = true; Between(text, at, u"<name>", u"</name>", piece); first = false) {
-        if (first) json.Raw(",\"properties\":{");
-        if (!first) json.Raw(",");
+    while (Between(text, at, u"<name>", u"</name>", piece)) {
+        if (!any) {
+            json.Key("properties");
+            json.StartObject();
+            any = true;
+        }
         json.Wide(reinterpret_cast<const TmxWChar*>(piece.c_str()));
-        json.Raw(":");
         Between(text, at, u"<value>", u"</value>", piece);
         json.Wide(reinterpret_cast<const TmxWChar*>(piece.c_str()));
     }
-    if (at > 0) json.Raw("}");
+    if (any) json.EndObject();
     return true;
 }
 
@@ -196,31 +201,35 @@ bool PutTemplate(JsonText& json, TmxHandle handle) {
         if (written <= text.size()) return false;
         text.resize(written);
     }
-    json.Raw(",\"template\":true,\"text\":");
+    json.Key("template");
+    json.Bool(true);
+    json.Key("text");
     json.Wide(reinterpret_cast<const TmxWChar*>(text.c_str()));
     return true;
 }
 
 }  // namespace
 
-bool AppendActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8) {
+bool PutActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8) {
     const ActionFacts& facts = *action.facts;
-    json.Raw("{\"action\":");
+    json.StartObject();
+    json.Key("action");
     json.Utf8(facts.name);
-    json.Raw(",\"code\":");
-    json.Int32(facts.code);
-    json.Raw(",\"class\":");
+    json.Key("code");
+    json.Number(facts.code);
+    json.Key("class");
     json.Utf8(facts.className);
     bool good = true;
     if (action.isTemplate) {
         good = PutTemplate(json, action.handle.get());
     } else {
-        json.Raw(",\"parameters\":{");
+        json.Key("parameters");
+        json.StartObject();
         good = PutOf(facts.code)(action.handle.get(), facts, json, mayBeUtf8);
-        json.Raw("}");
+        json.EndObject();
         good = good && PutProperties(json, action.handle.get());
     }
-    json.Raw("}");
+    json.EndObject();
     return good;
 }
 

@@ -7,9 +7,9 @@
 
 namespace tmxact {
 
-// Appends the action as a JSON object. mayBeUtf8 tells that narrow texts may have come from UTF-8
+// Puts the action as a JSON object. mayBeUtf8 tells that narrow texts may have come from UTF-8
 // text. False, with the library's last error recorded, if the action can't be decoded.
-bool AppendActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8);
+bool PutActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8);
 
 }  // namespace tmxact
 

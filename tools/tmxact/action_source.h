@@ -30,10 +30,20 @@ struct ReadAction {
 
 // Something in the input that is no action.
 struct Refusal {
-    std::string where;      // FILE:LINE:COLUMN or FILE:OFFSET
-    std::string reason;     // one line, UTF-8
-    std::string excerpt;    // what stands there, one line, UTF-8; may be empty
-    std::size_t caret = 0;  // the column of the place in it, from 0
+    std::string file;
+    std::uint64_t line = 0;    // from 1; 0 where a place is told by its offset
+    std::uint64_t column = 0;  // characters from 1
+    std::uint64_t offset = 0;  // bytes from 0
+    std::string reason;        // one line, UTF-8
+    std::string excerpt;       // what stands there, one line, UTF-8; may be empty
+    std::size_t caret = 0;     // the column of the place in it, from 0
+
+    // FILE:LINE:COLUMN or FILE:OFFSET.
+    std::string Where() const {
+        return file + ':' +
+               (line == 0 ? std::to_string(offset)
+                          : std::to_string(line) + ':' + std::to_string(column));
+    }
 };
 
 class ReadEvents {

@@ -64,9 +64,4 @@ bool ActionStream::Next(ReadAction& action) {
     }
 }
 
-std::string ActionStream::Where(const ReadAction& action) const {
-    // The offset tells the place of a text's action too; its line has gone by.
-    return input_->Name() + ':' + std::to_string(action.offset);
-}
-
 }  // namespace tmxact

@@ -33,9 +33,6 @@ class ActionStream : public ActionSource {
     // and passed over.
     bool Next(ReadAction& action) override;
 
-    // FILE:LINE:COLUMN or FILE:OFFSET of the action that was read last.
-    std::string Where(const ReadAction& action) const;
-
     // The file of the action that was read last.
     const std::string& FileName() const { return input_->Name(); }
 

@@ -74,9 +74,9 @@ std::string ActionWriter::Binary(const ReadAction& action) {
 
 std::string ActionWriter::Json(const ReadAction& action) {
     json_.Clear();
-    if (!AppendActionJson(json_, action, options_.narrowMayBeUtf8)) return LastErrorText();
-    json_.Raw("\n");
+    if (!PutActionJson(json_, action, options_.narrowMayBeUtf8)) return LastErrorText();
     output_.Put(json_.Text());
+    output_.Put("\n");
     return {};
 }
 

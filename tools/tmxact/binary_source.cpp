@@ -84,7 +84,8 @@ void BinarySource::Refuse(std::size_t position, std::string reason) {
     const std::string_view window = input_.Window();
     const std::string_view behind = input_.Behind();
     Refusal refusal;
-    refusal.where = input_.Name() + ':' + std::to_string(input_.Offset() + position);
+    refusal.file = input_.Name();
+    refusal.offset = input_.Offset() + position;
     refusal.reason = std::move(reason);
     if (position > 0)
         refusal.reason += " (the action begins at " + std::to_string(input_.Offset()) + ")";

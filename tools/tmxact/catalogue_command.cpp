@@ -2,21 +2,19 @@
 #include <charconv>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "commands.h"
 #include "encoding.h"
+#include "json_text.h"
 #include "output.h"
 
 namespace tmxact {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 struct Options {
-    std::string name;
+    std::optional<std::string> name;
     bool json = false;
     bool names = false;
 };
@@ -59,31 +57,59 @@ std::string KindText(const ParameterFacts& parameter) {
     return parameter.kind == TmxParamKind_None ? std::string() : KindName(parameter.kind);
 }
 
-Json EnumJson(const EnumFacts& enumeration) {
-    Json values = Json::array();
-    for (const EnumValueFacts& value : enumeration.values)
-        values.push_back({{"value", value.value}, {"name", value.name}});
-    return {{"enumeration", enumeration.name}, {"id", enumeration.id}, {"values", values}};
+void PutMember(JsonText& json, std::string_view name, std::string_view value) {
+    json.Key(name);
+    json.Utf8(value);
 }
 
-Json ActionJson(const ActionFacts& action) {
-    Json parameters = Json::array();
-    for (const ParameterFacts& parameter : action.parameters) {
-        Json each = {{"name", parameter.name},
-                     {"type", parameter.IsEnum() ? std::string("Enum") : TypeName(parameter)},
-                     {"typeId", parameter.type},
-                     {"kind", KindName(parameter.kind)},
-                     {"kindId", parameter.kind},
-                     {"extra", parameter.extra},
-                     {"optional", parameter.optional}};
-        if (parameter.IsEnum()) each["enumeration"] = TypeName(parameter);
-        parameters.push_back(std::move(each));
+void PutMember(JsonText& json, std::string_view name, std::int64_t value) {
+    json.Key(name);
+    json.Number(value);
+}
+
+// The members of an enumeration's object.
+void PutEnum(JsonText& json, const EnumFacts& enumeration) {
+    PutMember(json, "enumeration", enumeration.name);
+    PutMember(json, "id", enumeration.id);
+    json.Key("values");
+    json.StartArray();
+    for (const EnumValueFacts& value : enumeration.values) {
+        json.StartObject();
+        PutMember(json, "value", value.value);
+        PutMember(json, "name", value.name);
+        json.EndObject();
     }
-    return {{"action", action.name},     {"code", action.code},
-            {"class", action.className}, {"classId", action.classId},
-            {"index", action.index},     {"description", action.description},
-            {"parameters", parameters},  {"text", TextShape(action)},
-            {"example", Example(action)}};
+    json.EndArray();
+}
+
+void PutParameter(JsonText& json, const ParameterFacts& parameter) {
+    json.StartObject();
+    PutMember(json, "name", parameter.name);
+    PutMember(json, "type", parameter.IsEnum() ? std::string("Enum") : TypeName(parameter));
+    PutMember(json, "typeId", parameter.type);
+    PutMember(json, "kind", KindName(parameter.kind));
+    PutMember(json, "kindId", parameter.kind);
+    PutMember(json, "extra", parameter.extra);
+    json.Key("optional");
+    json.Bool(parameter.optional);
+    if (parameter.IsEnum()) PutMember(json, "enumeration", TypeName(parameter));
+    json.EndObject();
+}
+
+// The members of an action's object.
+void PutAction(JsonText& json, const ActionFacts& action) {
+    PutMember(json, "action", action.name);
+    PutMember(json, "code", action.code);
+    PutMember(json, "class", action.className);
+    PutMember(json, "classId", action.classId);
+    PutMember(json, "index", action.index);
+    PutMember(json, "description", action.description);
+    json.Key("parameters");
+    json.StartArray();
+    for (const ParameterFacts& parameter : action.parameters) PutParameter(json, parameter);
+    json.EndArray();
+    PutMember(json, "text", TextShape(action));
+    PutMember(json, "example", Example(action));
 }
 
 class Listing {
@@ -91,10 +117,20 @@ class Listing {
     Listing(const Options& options, Output& output, const Palette& palette)
         : options_(options), output_(output), palette_(palette) {}
 
-    void Line(const std::string& line) {
+    void Line(std::string_view line) {
         output_.Put(line);
         output_.Put("\n");
         output_.EndRecord();
+    }
+
+    // A line of one object, of the members that put puts.
+    template <typename Put>
+    void Object(const Put& put) {
+        JsonText json(false);
+        json.StartObject();
+        put(json);
+        json.EndObject();
+        Line(json.Text());
     }
 
     std::string Bold(const std::string& text) const {
@@ -107,7 +143,7 @@ class Listing {
     }
 
     void Action(const ActionFacts& action) {
-        if (options_.json) return Line(ActionJson(action).dump());
+        if (options_.json) return Object([&](JsonText& json) { PutAction(json, action); });
         Line(Bold(action.name));
         Line("  code         " + std::to_string(action.code));
         Line("  class        " + action.className + " (" + std::to_string(action.classId) + ")");
@@ -140,10 +176,19 @@ class Listing {
 
     void Class(const ClassFacts& each) {
         if (options_.json) {
-            Json actions = Json::array();
-            for (const ActionFacts* action : each.actions)
-                actions.push_back({{"action", action->name}, {"code", action->code}});
-            return Line(Json{{"class", each.name}, {"id", each.id}, {"actions", actions}}.dump());
+            return Object([&](JsonText& json) {
+                PutMember(json, "class", each.name);
+                PutMember(json, "id", each.id);
+                json.Key("actions");
+                json.StartArray();
+                for (const ActionFacts* action : each.actions) {
+                    json.StartObject();
+                    PutMember(json, "action", action->name);
+                    PutMember(json, "code", action->code);
+                    json.EndObject();
+                }
+                json.EndArray();
+            });
         }
         Line(Bold(each.name) + " (class " + std::to_string(each.id) + ", " +
              Counted(each.actions.size(), "action") + ")");
@@ -152,30 +197,35 @@ class Listing {
     }
 
     void Enumeration(const EnumFacts& each) {
-        Json users = Json::array();
+        std::vector<std::string> users;
         for (const ActionFacts& action : Facts::Get().Actions())
             for (const ParameterFacts& parameter : action.parameters)
                 if (parameter.type == each.id) users.push_back(action.name + '.' + parameter.name);
         if (options_.json) {
-            Json json = EnumJson(each);
-            json["usedBy"] = users;
-            return Line(json.dump());
+            return Object([&](JsonText& json) {
+                PutEnum(json, each);
+                json.Key("usedBy");
+                json.StartArray();
+                for (const std::string& user : users) json.Utf8(user);
+                json.EndArray();
+            });
         }
         Line(Bold(each.name) + " (enumeration " + std::to_string(each.id) + ", " +
              Counted(each.values.size(), "value") + ")");
         for (const EnumValueFacts& value : each.values)
             Line("  " + Padded(std::to_string(value.value), 6) + value.name);
         for (std::size_t i = 0; i < users.size(); ++i)
-            Line((i == 0 ? "  used by  " : "           ") + users[i].get<std::string>());
+            Line((i == 0 ? "  used by  " : "           ") + users[i]);
     }
 
     void Value(const EnumFacts& enumeration, const EnumValueFacts& value) {
         if (options_.json)
-            return Line(Json{{"enumeration", enumeration.name},
-                             {"id", enumeration.id},
-                             {"value", value.value},
-                             {"name", value.name}}
-                            .dump());
+            return Object([&](JsonText& json) {
+                PutMember(json, "enumeration", enumeration.name);
+                PutMember(json, "id", enumeration.id);
+                PutMember(json, "value", value.value);
+                PutMember(json, "name", value.name);
+            });
         Line(Bold(value.name) + " is " + std::to_string(value.value) + " in the enumeration " +
              enumeration.name + " (" + std::to_string(enumeration.id) + ")");
     }
@@ -235,6 +285,22 @@ bool Find(const std::string& wanted, Listing& listing) {
     return found;
 }
 
+// Names that resemble the wanted one, and then such as hold it.
+std::vector<std::string> Suggestions(const std::string& wanted) {
+    constexpr std::size_t kMost = 8;
+    constexpr std::size_t kShortestPart = 3;
+    std::vector<std::string_view> all = AllNames();
+    std::vector<std::string> names = NearestNames(wanted, all, 5);
+    if (wanted.size() < kShortestPart) return names;
+    const std::string lower = Lower(wanted);
+    std::sort(all.begin(), all.end());
+    for (const std::string_view name : all)
+        if (names.size() < kMost && Lower(name).find(lower) != std::string::npos &&
+            std::find(names.begin(), names.end(), name) == names.end())
+            names.emplace_back(name);
+    return names;
+}
+
 int Catalogue(const Options& options, const ReportOptions& report) {
     const Palette palette(UseColor(report.color, StandardOutputIsTerminal()) && !options.json &&
                           !options.names);
@@ -246,8 +312,8 @@ int Catalogue(const Options& options, const ReportOptions& report) {
         std::sort(names.begin(), names.end());
         names.erase(std::unique(names.begin(), names.end()), names.end());
         for (const std::string_view name : names) listing.Line(std::string(name));
-    } else if (!options.name.empty()) {
-        found = Find(options.name, listing);
+    } else if (options.name.has_value()) {
+        found = Find(*options.name, listing);
     } else if (options.json) {
         for (const ActionFacts& action : Facts::Get().Actions()) listing.Action(action);
     } else {
@@ -256,9 +322,9 @@ int Catalogue(const Options& options, const ReportOptions& report) {
     output.Close();
     if (found) return kExitDone;
     std::string message =
-        "nothing in the catalogue is called '" + Printable(options.name, false) + "'";
+        "nothing in the catalogue is called '" + Printable(*options.name, false) + "'";
     std::string nearest;
-    for (const std::string& name : NearestNames(options.name, AllNames(), 5))
+    for (const std::string& name : Suggestions(*options.name))
         nearest += (nearest.empty() ? "; perhaps " : ", ") + name;
     if (report.verbosity >= 0)
         std::fprintf(stderr, "tmxact: %s%s\n", message.c_str(), nearest.c_str());

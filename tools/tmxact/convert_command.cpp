@@ -27,7 +27,8 @@ int Convert(const Options& options, const ReportOptions& reportOptions) {
         while (stream.Next(action)) {
             const std::string refused = writer.Write(action);
             if (!refused.empty())
-                reporter.Unwritable(stream.Where(action), action.facts->name + ": " + refused);
+                reporter.Unwritable(stream.FileName(), action.offset,
+                                    action.facts->name + ": " + refused);
         }
         output.Close();
     } catch (const Interrupted&) {

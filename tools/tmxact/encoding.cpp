@@ -14,6 +14,31 @@ constexpr std::array<std::uint16_t, 32> kHighControls = {
 
 constexpr std::uint32_t kReplacement = 0xFFFD;
 
+struct Range {
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+// Characters that take no column: combining marks and format characters, by block. Source: Unicode
+// Character Database, Blocks.txt and DerivedGeneralCategory.txt.
+constexpr Range kNoColumn[] = {
+    {0x0300, 0x036F}, {0x0483, 0x0489}, {0x0591, 0x05BD}, {0x064B, 0x065F},  {0x1AB0, 0x1AFF},
+    {0x1DC0, 0x1DFF}, {0x200B, 0x200F}, {0x202A, 0x202E}, {0x2060, 0x2064},  {0x20D0, 0x20F0},
+    {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}, {0xFEFF, 0xFEFF}, {0xE0100, 0xE01EF}};
+
+// Characters that take two, by block. Source: EastAsianWidth.txt, W and F.
+constexpr Range kTwoColumns[] = {
+    {0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0xA4CF},  {0xA960, 0xA97C}, {0xAC00, 0xD7A3},
+    {0xF900, 0xFAFF},   {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},  {0xFFE0, 0xFFE6}, {0x1F300, 0x1F64F},
+    {0x1F680, 0x1F6FF}, {0x1F900, 0x1FAFF}, {0x20000, 0x3FFFD}};
+
+template <std::size_t Size>
+bool In(const Range (&ranges)[Size], std::uint32_t c) noexcept {
+    for (const Range& each : ranges)
+        if (c >= each.first && c <= each.last) return true;
+    return false;
+}
+
 }  // namespace
 
 void AppendUtf8(std::string& out, std::uint32_t c) {
@@ -78,6 +103,20 @@ std::size_t FindBadUtf8(std::string_view text) noexcept {
         at += length;
     }
     return std::string_view::npos;
+}
+
+std::size_t DisplayWidth(std::string_view text) noexcept {
+    std::size_t width = 0;
+    while (!text.empty()) {
+        const std::size_t length = Utf8Length(text.substr(0, 4));
+        const auto first = static_cast<unsigned char>(text.front());
+        std::uint32_t c = length <= 1 ? first : first & (0x7Fu >> length);
+        for (std::size_t i = 1; i < length; ++i)
+            c = (c << 6) | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+        width += In(kNoColumn, c) ? 0 : In(kTwoColumns, c) ? 2 : 1;
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return width;
 }
 
 std::string Printable(std::string_view text, bool ansi) {

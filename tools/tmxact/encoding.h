@@ -24,6 +24,10 @@ std::size_t Utf8Length(std::string_view text) noexcept;
 // The index of the first byte that is not well-formed UTF-8; npos if all are.
 std::size_t FindBadUtf8(std::string_view text) noexcept;
 
+// The columns that UTF-8 text takes on a terminal: none for a combining character, two for a wide
+// one. Ill-formed bytes count as one each.
+std::size_t DisplayWidth(std::string_view text) noexcept;
+
 // One line that is safe on a terminal: control characters become blanks or U+FFFD, and so does
 // what is not UTF-8 (or, with ansi, is taken from the ANSI code page).
 std::string Printable(std::string_view text, bool ansi);

@@ -55,15 +55,20 @@ std::string NameIn(const Table& table, std::uint32_t value) {
     return std::to_string(value);
 }
 
+// How many letters are missing, foreign, wrong or swapped with the next one.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> before(b.size() + 1);  // the row ahead of the last one
+    std::vector<std::size_t> last(b.size() + 1);
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
+        before.swap(last);
+        last.swap(row);
+        row[0] = i + 1;
         for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j + 1] + 1, row[j] + 1});
+            row[j + 1] = std::min({last[j] + (a[i] == b[j] ? 0 : 1), last[j + 1] + 1, row[j] + 1});
+            if (i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j])
+                row[j + 1] = std::min(row[j + 1], before[j - 1] + 1);
         }
     }
     return row[b.size()];

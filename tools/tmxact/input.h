@@ -46,6 +46,12 @@ class Input {
     // Moves the window's begin on.
     void Consume(std::size_t count) noexcept;
 
+    // Moves on behind what is no part of the text; it counts for no column.
+    void SkipMark(std::size_t count) noexcept {
+        Consume(count);
+        counted_ = begin_;
+    }
+
     // The line (from 1) and character (from 1) at a place of the window. Characters are UTF-8
     // ones, or bytes.
     struct Place {

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "commands.h"
+#include "encoding.h"
+#include "facts.h"
 #include "output.h"
 #include "system.h"
 
@@ -52,6 +54,37 @@ std::string Version() {
     return std::string("tmxact " TMXACT_VERSION "\nTmxActions library " TMXACT_VERSION
                        ", interface version ") +
            std::to_string(TmxAct_InterfaceVersion()) + " of " + TmxAct_InterfaceDate();
+}
+
+// The first word of the command line that nothing takes; empty if there is none. The parser knows
+// which they are, but not their order.
+std::string Foreign(const CLI::App& program, int argc, char** argv) {
+    const std::vector<std::string> foreign = program.remaining(true);
+    for (int i = 1; i < argc; ++i)
+        if (std::find(foreign.begin(), foreign.end(), argv[i]) != foreign.end()) return argv[i];
+    return foreign.empty() ? std::string() : foreign.front();
+}
+
+// Words for a wrong use by a word that nothing takes.
+std::string Unexpected(const CLI::App& program, const std::string& word) {
+    const auto used = program.get_subcommands();
+    const bool isOption = word.size() > 1 && word[0] == '-';
+    std::string told = word.substr(0, isOption ? word.find('=') : std::string::npos);
+    std::vector<std::string> names;
+    if (isOption) {
+        for (const CLI::Option* each : (used.empty() ? &program : used.front())->get_options())
+            for (const std::string& name : each->get_lnames()) names.push_back("--" + name);
+        told = "there is no option '" + Printable(told, false) + "'";
+    } else if (used.empty()) {
+        for (const CLI::App* each : program.get_subcommands({})) names.push_back(each->get_name());
+        told = "there is no command '" + Printable(told, false) + "'";
+    } else {
+        return "nothing is expected at '" + Printable(told, false) + "'";
+    }
+    const std::string wanted = word.substr(0, word.find('='));
+    const std::vector<std::string> nearest =
+        NearestNames(wanted, std::vector<std::string_view>(names.begin(), names.end()), 1);
+    return nearest.empty() ? told : told + "; perhaps " + nearest.front();
 }
 
 // Tells a wrong use. The message of the option parser names the option.
@@ -103,7 +136,9 @@ int Main(int argc, char** argv) {
         PutHelp(std::string(version.what()) + "\n");
         return kExitDone;
     } catch (const CLI::ParseError& error) {
-        return WrongUse(error.what(), chosen());
+        // A misspelt option is told ahead of the required one that it leaves missing.
+        const std::string foreign = Foreign(program, argc, argv);
+        return WrongUse(foreign.empty() ? error.what() : Unexpected(program, foreign), chosen());
     }
     for (std::size_t i = 0; i < commands.size(); ++i) {
         if (!commands[i]->parsed()) continue;
@@ -121,6 +156,7 @@ int Main(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
+        HoldStandardStreams();
         CatchSignals();
         return Main(argc, argv);
     } catch (const BrokenPipe&) {

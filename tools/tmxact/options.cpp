@@ -1,4 +1,7 @@
+#include <charconv>
 #include <map>
+#include <string_view>
+#include <system_error>
 
 #include "commands.h"
 
@@ -8,6 +11,25 @@ namespace {
 
 // The interface counts the bytes of one action in 32 bits.
 constexpr std::uint64_t kLargestMaxSize = std::uint64_t{1} << 30;
+
+// A number of bytes, with k, M or G behind it.
+std::uint64_t SizeOf(const std::string& text) {
+    constexpr std::string_view kUnits = "kmg";
+    std::uint64_t size = 0;
+    const char* const end = text.data() + text.size();
+    const auto number = std::from_chars(text.data(), end, size);
+    unsigned shift = 0;
+    bool good = number.ec == std::errc() && end - number.ptr <= 1;
+    if (good && number.ptr != end) {
+        const std::size_t unit = kUnits.find(static_cast<char>(*number.ptr | 0x20));
+        good = unit != std::string_view::npos;
+        shift = 10 * static_cast<unsigned>(unit + 1);
+    }
+    if (!good || size == 0 || size > kLargestMaxSize >> shift)
+        throw CLI::ValidationError("--max-size",
+                                   "must be from 1 to 1G, such as 500k, found '" + text + "'");
+    return size << shift;
+}
 
 }  // namespace
 
@@ -56,16 +78,13 @@ void AddStreamOptions(CLI::App& command, StreamOptions& options) {
     command.add_flag("--ansi", options.source.ansi,
                      "Action text in the input is in the ANSI code page (windows-1252), not UTF-8");
     command
-        .add_option_function<std::uint64_t>(
+        .add_option_function<std::string>(
             "--max-size",
-            [&options](const std::uint64_t& size) {
-                if (size == 0 || size > kLargestMaxSize)
-                    throw CLI::ValidationError("--max-size", "must be from 1 to 1G");
-                options.source.largestAction = static_cast<std::size_t>(size);
+            [&options](const std::string& size) {
+                options.source.largestAction = static_cast<std::size_t>(SizeOf(size));
             },
             "The most bytes that one action may take; k, M and G are understood [64M]")
-        ->type_name("BYTES")
-        ->transform(CLI::AsSizeValue(false).description(""));
+        ->type_name("BYTES");
     command.add_option("FILE", options.files, "Files to read; - or none is standard input")
         ->type_name("");
 }

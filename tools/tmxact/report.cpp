@@ -72,7 +72,7 @@ void Reporter::Print(const std::string& text) {
 
 void Reporter::Place(const Refusal& refusal, std::string_view color, std::string_view word) {
     std::string text;
-    text.append(palette_.bold).append(refusal.where).append(": ").append(palette_.plain);
+    text.append(palette_.bold).append(refusal.Where()).append(": ").append(palette_.plain);
     text.append(color).append(word).append(palette_.plain).append(refusal.reason).append("\n");
     if (!refusal.excerpt.empty()) {
         text.append("  ").append(refusal.excerpt).append("\n  ").append(refusal.caret, ' ');
@@ -83,15 +83,18 @@ void Reporter::Place(const Refusal& refusal, std::string_view color, std::string
 
 void Reporter::Refused(const Refusal& refusal) {
     ++refused_;
+    if (sink_) return sink_(refusal, "error");
     if (options_.verbosity >= 0) Place(refusal, palette_.red, "");
 }
 
 void Reporter::Doubtful(const Refusal& doubt) {
+    if (sink_) return sink_(doubt, "warning");
     if (options_.verbosity >= 0) Place(doubt, palette_.yellow, "warning: ");
 }
 
-void Reporter::Unwritable(const std::string& where, const std::string& reason) {
-    Refused({where, reason, {}, 0});
+void Reporter::Unwritable(const std::string& file, std::uint64_t offset,
+                          const std::string& reason) {
+    Refused({file, 0, 0, offset, reason, {}, 0});
 }
 
 void Reporter::Failed(const std::string& message) {

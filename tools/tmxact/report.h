@@ -3,9 +3,11 @@
 #define TMXACT_REPORT_H
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "action_source.h"
 
@@ -37,7 +39,11 @@ class Reporter : public ReadEvents {
     void Refused(const Refusal& refusal) override;
     void Doubtful(const Refusal& doubt) override;
     // The action was read, but can't be written.
-    void Unwritable(const std::string& where, const std::string& reason);
+    void Unwritable(const std::string& file, std::uint64_t offset, const std::string& reason);
+    // From now on refusals and doubts (with the word "error" or "warning") go to the sink, and are
+    // not printed.
+    using Sink = std::function<void(const Refusal&, std::string_view)>;
+    void SendTo(Sink sink) { sink_ = std::move(sink); }
     // A file or system error; the program goes on if it can.
     void Failed(const std::string& message);
     // A line that -q leaves out.
@@ -65,6 +71,7 @@ class Reporter : public ReadEvents {
     void ShowProgress(double now);
 
     ReportOptions options_;
+    Sink sink_;
     Palette palette_;
     bool showProgress_;
     double begin_;

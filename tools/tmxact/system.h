@@ -53,7 +53,8 @@ class File {
     // Throws Interrupted, also while it waits.
     std::size_t Read(char* data, std::size_t size, const std::function<void()>& beforeWait);
 
-    // Writes everything. Throws BrokenPipe or WriteError.
+    // Writes everything. Throws BrokenPipe or WriteError; a file that was opened by name then ends
+    // where it ended ahead of this call.
     void Write(const char* data, std::size_t size);
 
     // Closes, and tells an error that came up only now (a full disk, a lost server).
@@ -66,6 +67,7 @@ class File {
     int descriptor_;
     std::string name_;
     bool owned_;
+    std::uint64_t written_ = 0;  // bytes
 };
 
 // The size, if this is a regular file ("-" is standard input).
@@ -79,6 +81,10 @@ bool StandardOutputIsTerminal();
 bool StandardErrorIsTerminal();
 // The columns of the terminal at standard error; 80 where it doesn't tell.
 unsigned TerminalColumns();
+
+// Takes the places of standard streams that were closed when the program began, so that no file is
+// opened there and taken for one of them.
+void HoldStandardStreams();
 
 // From now on a first SIGINT or SIGTERM is remembered, a second one ends the program at once;
 // SIGPIPE turns into BrokenPipe.

@@ -37,7 +37,8 @@ File::File(int descriptor, std::string name, bool owned) noexcept
 File::File(File&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)),
       name_(std::move(other.name_)),
-      owned_(other.owned_) {}
+      owned_(other.owned_),
+      written_(other.written_) {}
 
 File::~File() {
     if (owned_ && descriptor_ >= 0) close(descriptor_);
@@ -49,6 +50,7 @@ std::string File::Failure(const char* what) const {
 }
 
 File File::OpenForReading(const std::string& path) {
+    if (path.empty()) throw SystemError("a file's name is empty");
     if (path == "-") return File(STDIN_FILENO, "standard input", false);
     File file(open(path.c_str(), O_RDONLY | O_CLOEXEC), path, true);
     if (file.descriptor_ < 0) throw SystemError(file.Failure("can't open"));
@@ -61,6 +63,7 @@ File File::OpenForReading(const std::string& path) {
 }
 
 File File::OpenForWriting(const std::string& path) {
+    if (path.empty()) throw WriteError("the output file's name is empty");
     if (path == "-") return File(STDOUT_FILENO, "standard output", false);
     File file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), path, true);
     if (file.descriptor_ < 0) throw WriteError(file.Failure("can't open for writing"));
@@ -88,18 +91,25 @@ std::size_t File::Read(char* data, std::size_t size, const std::function<void()>
 }
 
 void File::Write(const char* data, std::size_t size) {
+    const std::uint64_t whole = written_;
     while (size > 0) {
         const ssize_t put = write(descriptor_, data, size);
         if (put >= 0) {
             data += put;
             size -= static_cast<std::size_t>(put);
+            written_ += static_cast<std::uint64_t>(put);
         } else if (errno == EPIPE) {
             throw BrokenPipe();
         } else if (errno == EAGAIN) {
             pollfd waited = {descriptor_, POLLOUT, 0};
             poll(&waited, 1, -1);
         } else if (errno != EINTR) {
-            throw WriteError(Failure("can't write"));
+            const WriteError error(Failure("can't write"));
+            // A full disk may have taken a part. Where that can't be cut off it stays.
+            if (owned_ && written_ > whole)
+                written_ =
+                    ftruncate(descriptor_, static_cast<off_t>(whole)) == 0 ? whole : written_;
+            throw error;
         }
     }
 }
@@ -139,6 +149,16 @@ unsigned TerminalColumns() {
     winsize size{};
     if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return 80;
     return size.ws_col;
+}
+
+void HoldStandardStreams() {
+    // Each is opened the wrong way round, so that its use fails as that of a closed one does.
+    for (const auto& [descriptor, mode] :
+         {std::pair(STDIN_FILENO, O_WRONLY), std::pair(STDOUT_FILENO, O_RDONLY),
+          std::pair(STDERR_FILENO, O_RDONLY)})
+        // The lowest free number is what open gives, and those below are taken by now.
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", mode) != descriptor)
+            throw SystemError(std::string("can't open /dev/null: ") + std::strerror(errno));
 }
 
 void CatchSignals() {

@@ -66,8 +66,13 @@ bool TextSource::SkipWhite() {
                kByteOrderMark.starts_with(input_.Window()) && input_.Fill()) {
         }
         if (!options_.ansi && input_.Window().starts_with(kByteOrderMark))
-            input_.Consume(kByteOrderMark.size());
+            input_.SkipMark(markSize_ = kByteOrderMark.size());
         started_ = true;
+        if (input_.Window().starts_with("\xFF\xFE") || input_.Window().starts_with("\xFE\xFF"))
+            Refuse(0,
+                   "the file begins with the byte order mark of UTF-16; action text is read as "
+                   "UTF-8 or, with --ansi, in the ANSI code page",
+                   2, false);
     }
     for (;;) {
         const std::string_view window = input_.Window();
@@ -128,10 +133,10 @@ bool TextSource::Take(ReadAction& action) {
     action.bytes = {text, length};
     action.offset = input_.Offset();
     const std::size_t bad = options_.ansi ? std::string_view::npos : FindBadUtf8(action.bytes);
-    if (bad != std::string_view::npos)
+    if (bad != std::string_view::npos && !std::exchange(doubted_, true))
         events_.Doubtful(At(bad,
                             "a byte that isn't UTF-8; the library puts U+FFFD in its place in "
-                            "wide texts (is this ANSI text? see --ansi)"));
+                            "wide texts (is this ANSI text? see --ansi; told once a file)"));
     input_.Consume(std::min<std::size_t>(consumed, length));
     return true;
 }
@@ -182,7 +187,10 @@ Refusal TextSource::At(std::size_t position, std::string reason) {
                                 : behind[behind.size() - (back - position)];
     };
     std::size_t before = 0;
-    const std::size_t most = position + behind.size();
+    // A byte order mark at the file's begin is no part of the line.
+    const std::uint64_t inText = input_.Offset() + position - markSize_;
+    const auto most =
+        static_cast<std::size_t>(std::min<std::uint64_t>(position + behind.size(), inText));
     while (before < most && before < kExcerptBefore && at(before + 1) != '\n') ++before;
     bool cutBefore = before < most && at(before + 1) != '\n';
     if (!options_.ansi && cutBefore)
@@ -198,12 +206,13 @@ Refusal TextSource::At(std::size_t position, std::string reason) {
 
     const Input::Place place = input_.PlaceAt(position);
     Refusal refusal;
-    refusal.where =
-        input_.Name() + ':' + std::to_string(place.line) + ':' + std::to_string(place.column);
+    refusal.file = input_.Name();
+    refusal.line = place.line;
+    refusal.column = place.column;
+    refusal.offset = input_.Offset() + position;
     refusal.reason = std::move(reason);
     head = (cutBefore ? "..." : "") + Printable(head, options_.ansi);
-    refusal.caret = static_cast<std::size_t>(
-        std::count_if(head.begin(), head.end(), [](char c) { return !IsContinuation(c); }));
+    refusal.caret = DisplayWidth(head);
     std::string tail = Printable(window.substr(position, after - position), options_.ansi);
     while (!tail.empty() && tail.back() == ' ') tail.pop_back();
     refusal.excerpt = head + tail + (cutAfter ? "..." : "");
@@ -213,21 +222,31 @@ Refusal TextSource::At(std::size_t position, std::string reason) {
 void TextSource::Refuse(std::size_t position, std::string reason, std::size_t resume,
                         bool afterLine) {
     Refusal refusal = At(position, std::move(reason));
-    input_.Consume(std::min(resume, input_.Window().size()));
+    // An action that its line left unfinished may break at the begin of the next action.
+    const std::string_view passed = input_.Window().substr(0, resume);
+    const std::size_t lineEnd = passed.find_last_of('\n');
+    const bool lineBegin = lineEnd != std::string_view::npos &&
+                           std::all_of(passed.begin() + static_cast<std::ptrdiff_t>(lineEnd),
+                                       passed.end(), TextWalker::IsWhite);
+    input_.Consume(passed.size());
     // The place is told at once; how far the search goes may hang on input that is yet to come.
     events_.Refused(refusal);
-    Resynchronise(afterLine);
+    Resynchronise(afterLine, lineBegin, passed.empty());
 }
 
 // Moves on to where the next action may begin: the first line that begins like one, or on the same
 // line what stands behind a closing parenthesis and names an action of the catalogue. Quoted pieces
 // of a line are passed over. With afterLine the search begins at the next line, and asks for names
-// of the catalogue there too.
-void TextSource::Resynchronise(bool afterLine) {
+// of the catalogue there too. lineBegin tells that the search begins at the begin of a line that
+// names an action of the catalogue if it begins one; behindAction that nothing has been passed
+// since the last action, so that what separates it from the next one may stand here.
+void TextSource::Resynchronise(bool afterLine, bool lineBegin, bool behindAction) {
+    const auto isSeparator = [](char c) { return c == ';' || c == ',' || c == '\0'; };
     bool quoted = false;
-    bool lineBegin = false;
-    bool behindParenthesis = false;
+    bool behindParenthesis =
+        lineBegin || (behindAction && !input_.Window().empty() && isSeparator(input_.Window()[0]));
     bool skipLine = afterLine;
+    lineBegin = false;
     for (;;) {
         const std::string_view window = input_.Window();
         std::size_t at = 0;
@@ -238,7 +257,8 @@ void TextSource::Resynchronise(bool afterLine) {
                 quoted = behindParenthesis = skipLine = false;
                 continue;
             }
-            if (skipLine || TextWalker::IsWhite(c)) continue;
+            if (skipLine || TextWalker::IsWhite(c) || (behindParenthesis && isSeparator(c)))
+                continue;
             if (lineBegin || behindParenthesis) {
                 const std::optional<bool> begins =
                     BeginsLikeAction(window.substr(at), input_.AtEnd(), afterLine || !lineBegin);

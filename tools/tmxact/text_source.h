@@ -22,13 +22,15 @@ class TextSource : public ActionSource {
     void RefuseByLibrary(std::size_t length);
     void Refuse(std::size_t position, std::string reason, std::size_t resume, bool afterLine);
     Refusal At(std::size_t position, std::string reason);
-    void Resynchronise(bool afterLine);
+    void Resynchronise(bool afterLine, bool lineBegin, bool behindAction);
 
     Input& input_;
     const SourceOptions& options_;
     ReadEvents& events_;
     TextWalker walker_;
     bool started_ = false;
+    bool doubted_ = false;
+    std::size_t markSize_ = 0;  // of the byte order mark
 };
 
 }  // namespace tmxact

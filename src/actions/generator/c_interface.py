@@ -44,9 +44,8 @@ def pairs(action):
     return [(action.name, action.parameters)]
 
 
-def typed_names(catalogue):
-    return [f"TmxAct_{verb}{name}" for action in catalogue.actions
-            for name, _ in pairs(action) for verb in ("Create", "Decode")]
+def typed_names_of(action):
+    return [f"TmxAct_{verb}{name}" for name, _ in pairs(action) for verb in ("Create", "Decode")]
 
 
 def wrapped(head, arguments, tail):
@@ -102,7 +101,8 @@ TYPED_HEAD = """
  * the next Decode. An optional parameter is given by the address of its value in the object, or null
  * where it is absent. All out pointers are required.
  * Returns: true; false ("Wrong decode method") where the handle is of another action, with all out
- * arguments untouched.
+ * arguments untouched; false where memory runs out for the records of a data set, which comes last of
+ * its action's parameters.
  */
 #ifndef TMXACTIONS_TYPED_H
 #define TMXACTIONS_TYPED_H
@@ -127,7 +127,7 @@ TAIL = """
 def typed(catalogue):
     out = [NOTICE, TYPED_HEAD]
     current = None
-    for action in catalogue.actions:
+    for action in sorted(catalogue.actions, key=lambda action: (action.class_id, action.code)):
         if action.class_id != current:
             current = action.class_id
             out.append(f"\n/* ---- Class {action.class_name} ---- */\n")

@@ -40,7 +40,12 @@ def main():
 
     catalogue = tables.read_catalogue(arguments.enumerations, arguments.families)
     out = arguments.output
-    exports = generic_exports(arguments.functions) + c_interface.typed_names(catalogue)
+    exports = generic_exports(arguments.functions)
+    for action in catalogue.actions:
+        for name in c_interface.typed_names_of(action):
+            if name in exports:
+                raise tables.TableError(action.place, f"there is a function {name} already")
+            exports.append(name)
 
     write(out / "include/tmxactions/constants.h", c_interface.constants(catalogue))
     write(out / "include/tmxactions/typed.h", c_interface.typed(catalogue))

@@ -37,6 +37,28 @@ PARAMETER_KINDS = {
     "KindCameraProfile": 23, "KindSentaraParameterSet": 24, "KindImageDestination": 25,
 }
 
+# The type of the parameters that a kind routes by; the other kinds go with any type but enumerations.
+KIND_TYPES = {
+    "KindVideoChannel": "ObjectRef", "KindCamera": "ObjectRef", "KindAudioChannel": "ObjectRef",
+    "KindViewer": "ObjectRef", "KindInputContact": "ObjectRef", "KindOutputContact": "ObjectRef",
+    "KindEventType": "NamedId", "KindForeignKey": "Int64", "KindSchedule": "GuidRef",
+    "KindBackupDestination": "GuidRef", "KindTimeRange": "GuidRef",
+    "KindADParameterSet": "GuidRef", "KindVMDParameterSet": "GuidRef",
+    "KindCPAParameterSet": "GuidRef", "KindPathwiseParameterSet": "GuidRef",
+    "KindSentaraParameterSet": "GuidRef",
+}
+ROLE_TYPES = {"VideoInput": "ObjectRef", "NamedId": "NamedId"}
+
+# Names that the classes of the actions have for other things.
+RESERVED_NAMES = frozenset("""
+    AddRef AnsiText Clone CreateFromBin CreateFromText Decode DecodeAllToFlat Destroy DisplayField
+    DumpText Equal Facts FindGuidRef FlatArguments FromFlat GetChannelGuidReference GetForeignKey
+    GetGenericInt32Parameter GetGuidReference GetInfo GetInputContact GetNamedId GetOutputContact
+    GetVideoInput GetVideoOutput Guard Guid GuidRef Make NamedId ObjectRef OnFinalRelease Optional
+    ParamRect DataSet Read ReadField ReadWithoutMemory Release ReleaseFrom Self SetAllFromFlat
+    StoreToBin StoreToText StoreToTextA StoreToTextW TZincDateTime WideText WriteField
+""".split())
+
 ROLES = ("VideoInput", "NamedId", "none")
 
 MAX_PARAMETERS = 25
@@ -193,6 +215,8 @@ def read_parameter(place, action, text, enumerations):
     name, type_name = words[0], words[1]
     if not NAME.match(name) or not name[0].isupper():
         raise TableError(place, f"{name!r} is no name of a parameter: it begins with a capital")
+    if name in RESERVED_NAMES:
+        raise TableError(place, f"the classes of actions use the name {name} for something else")
     parameter = Parameter(name, type_name, 0, "KindNone", 0, False, "", "", place)
     if type_name in PARAMETER_TYPES:
         parameter.type_id = PARAMETER_TYPES[type_name]
@@ -211,6 +235,8 @@ def read_parameter(place, action, text, enumerations):
         if word == "optional":
             parameter.optional = True
         elif word in PARAMETER_KINDS:
+            if parameter.kind != "KindNone":
+                raise TableError(place, f"two kinds, {parameter.kind} and {word}, on parameter {name}")
             parameter.kind = word
         elif equals and key == "extra" and value.isdigit():
             parameter.extra = int(value)
@@ -224,6 +250,10 @@ def read_parameter(place, action, text, enumerations):
         raise TableError(place, f"a DataSet can't be optional: parameter {name} of {action}")
     if parameter.type == "Enum" and parameter.kind != "KindNone":
         raise TableError(place, f"an enumeration has no kind: parameter {name} of {action}")
+    for what, needed in ((parameter.kind, KIND_TYPES.get(parameter.kind)),
+                         (f"role={parameter.role}", ROLE_TYPES.get(parameter.role))):
+        if needed is not None and parameter.type != needed:
+            raise TableError(place, f"{what} goes with {needed}: parameter {name} of {action}")
     return parameter
 
 
@@ -289,11 +319,5 @@ def read_catalogue(enumeration_path, family_paths):
         family = path.stem
         catalogue.families.append(family)
         read_family(path, family, catalogue, known)
-    typed = {}
-    for action in catalogue.actions:
-        for name in [action.name] + ([action.name + "Ex"] if action.plain else []):
-            if name in typed:
-                raise TableError(action.place, f"two typed functions are named {name}")
-            typed[name] = action.place
     catalogue.actions.sort(key=lambda action: action.code)
     return catalogue

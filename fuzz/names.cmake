@@ -1,0 +1,2 @@
+# The fuzzers: one program for each <name>_fuzzer.cpp, one folder of the corpus.
+set(TMXACTIONS_FUZZER_NAMES text_narrow text_wide bytes date_time guid format)

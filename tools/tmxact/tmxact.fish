@@ -1,0 +1,43 @@
+# Completion of tmxact for fish. Options come from the help texts and names from the catalogue, both
+# at the time of completion.
+
+# The command of the line so far; fails if there is none yet.
+function __tmxact_command
+    for word in (commandline -opc)[2..-1]
+        if not string match -q -- '-*' $word
+            echo $word
+            return 0
+        end
+    end
+    return 1
+end
+
+# Whether the command is one of these.
+function __tmxact_uses
+    set -l used (__tmxact_command)
+    and contains -- $used $argv
+end
+
+function __tmxact_commands
+    tmxact --help 2>/dev/null | sed -n '/^Subcommands:/,$s/^  \([a-z][a-z]*\)  */\1\t/p'
+end
+
+function __tmxact_options
+    for line in (tmxact (__tmxact_command) --help 2>/dev/null | string match -r '^  +-.*')
+        set -l parts (string match -r '^ +(\S+).*?  +(.*)$' -- $line)
+        for name in (string split , -- $parts[2])
+            printf '%s\t%s\n' $name $parts[3]
+        end
+    end
+end
+
+complete -c tmxact -f -n 'not __tmxact_command >/dev/null' -a '(__tmxact_commands)'
+complete -c tmxact -n 'string match -q -- "-*" (commandline -ct)' -a '(__tmxact_options)'
+complete -c tmxact -f -n '__tmxact_uses catalogue' -a '(tmxact catalogue --names)'
+complete -c tmxact -n '__tmxact_uses convert check' -F
+complete -c tmxact -n '__tmxact_uses convert check' -l from -x -a 'auto text bin'
+complete -c tmxact -n '__tmxact_uses convert check' -l max-size -x
+complete -c tmxact -n '__tmxact_uses convert' -l to -x -a 'text bin display json'
+complete -c tmxact -n '__tmxact_uses convert' -l int64 -x -a 'number string'
+complete -c tmxact -n '__tmxact_uses convert' -s o -l output -r -F
+complete -c tmxact -n '__tmxact_command >/dev/null' -l color -x -a 'auto always never'
