@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "zinc/units.h"
+
 namespace TmxPLC {
 
 namespace {
@@ -64,6 +66,14 @@ constexpr EventField kEventFields[] = {
 constexpr Name kDescriptionName = TMX_NAME("Comment");
 
 TextBlock StaticText(const Name& name) noexcept { return TextBlock(name.narrow, name.wide); }
+
+template <typename Char>
+const Char* NameIn(const TextBlock& text) noexcept {
+    if constexpr (std::is_same_v<Char, char>)
+        return text.name;
+    else
+        return text.nameW;
+}
 
 std::vector<Descriptor*>& RegistrationList() {
     static std::vector<Descriptor*> list;
@@ -195,7 +205,11 @@ const Descriptor* Catalogue::FindDescriptor(std::uint32_t messageClass, const Ch
     for (std::size_t at = hash.Value() & mask; buckets_[at].action != 0; at = (at + 1) & mask) {
         if (buckets_[at].length != length) continue;
         const std::size_t index = buckets_[at].action - 1u;
-        if (!EqualsAsciiFold(name, actions[index].text.name, length)) continue;
+        const TextBlock& text = actions[index].text;
+        // Nearly all texts have the case of the name.
+        if (!Zinc::Units::BeginsWith(name, NameIn<Char>(text), length) &&
+            !EqualsAsciiFold(name, text.name, length))
+            continue;
         return messageClass == ActionMessage ? actionDescriptors_[index] : matchDescriptors_[index];
     }
     return nullptr;

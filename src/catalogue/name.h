@@ -96,12 +96,7 @@ constexpr Char AsciiFold(Char c) noexcept {
 template <typename Char, typename NameChar>
 constexpr bool EqualsAsciiFold(const Char* text, const NameChar* name,
                                std::size_t length) noexcept {
-    std::size_t i = 0;
-    // Nearly all texts have the case of the name.
-    while (i < length &&
-           static_cast<UnitOf<Char>>(text[i]) == static_cast<UnitOf<NameChar>>(name[i]))
-        ++i;
-    for (; i < length; ++i) {
+    for (std::size_t i = 0; i < length; ++i) {
         const auto a = static_cast<UnitOf<Char>>(text[i]);
         const auto b = static_cast<UnitOf<NameChar>>(name[i]);
         if (a != b &&

@@ -378,6 +378,8 @@ class Json(Case):
 
     def test_doubles(self):
         for value, shown in ((0.1, "0.1"), (1 / 3, "0.3333333333333333"), (1e300, "1e+300"),
+                             (0.1 + 0.2, "0.30000000000000004"), (5e-324, "5e-324"),
+                             (3.93211651909326e-309, "3.93211651909326e-309"),
                              (-0.0, "-0"), (float("nan"), '"NaN"'), (float("inf"), '"Infinity"'),
                              (float("-inf"), '"-Infinity"')):
             with self.subTest(shown):
@@ -401,6 +403,32 @@ class Json(Case):
             data = stored.replace(b"#\0", struct.pack("<H", int(unit, 16)))
             line = self.one(data)
             self.assertIn(f'"String":"x\\u{unit}y"', line)
+
+    def test_surrogates_in_any_order(self):
+        stored = self.run_tmxact("convert", "--to", "bin", stdin='CustomAction (1, "#@$")',
+                                 raw=True).out
+        for units, shown in (((0xD83D, 0xDE00, 0x41), "😀A"),
+                             ((0xD83D, 0xD83D, 0xDE00), "\\uD83D😀"),
+                             ((0xDE00, 0xD83D, 0x41), "\\uDE00\\uD83DA"),
+                             ((0x41, 0xDBFF, 0xDFFF), "A\U0010ffff"),
+                             ((0x41, 0x42, 0xD800), "AB\\uD800")):
+            with self.subTest(units):
+                line = self.one(stored.replace(b"#\0@\0$\0", struct.pack("<3H", *units)))
+                self.assertIn(f'"String":"{shown}"', line)
+        odd = PROPERTY_BLOCK.replace(b"a\0", struct.pack("<H", 0xD800))
+        self.assertTrue(self.one(CAMERA_ON[:-8] + odd).endswith(',"properties":{"\\uD800":"b"}}\n'))
+
+    def test_text_stays_on_its_line(self):
+        """Control characters and line separators are escaped, in wide texts and narrow ones."""
+        for c in "\x01\x1f\x7f\x85\x9f\u2028\u2029":
+            with self.subTest(hex(ord(c))):
+                shown = f"a\\u{ord(c):04X}b"
+                self.assertIn(f'"String":"{shown}"', self.one(f'CustomAction (1, "a{c}b")'))
+                self.assertIn(f'"Type":"{shown}"', self.one(f'DeviceFound ("a{c}b", "", "")'))
+        for c in "\xa0\u2027\u202a\ue000\uffff":
+            with self.subTest(hex(ord(c))):
+                self.assertIn(f'"String":"a{c}b"', self.one(f'CustomAction (1, "a{c}b")'))
+                self.assertIn(f'"Type":"a{c}b"', self.one(f'DeviceFound ("a{c}b", "", "")'))
 
     def test_narrow_texts(self):
         self.assertIn('"Type":"ä"', self.one('DeviceFound ("ä", "", "")'))
