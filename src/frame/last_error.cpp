@@ -1,7 +1,6 @@
 #include "frame/last_error.h"
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -20,9 +19,7 @@ void Free(Zinc::ThreadState* state) noexcept {
 
 template <typename Char, std::size_t N>
 void CopyCut(Char (&field)[N], std::basic_string_view<Char> text) noexcept {
-    const std::size_t length = std::min(text.size(), N - 1);
-    std::memcpy(field, text.data(), length * sizeof(Char));
-    field[length] = 0;
+    field[text.copy(field, N - 1)] = 0;
 }
 
 // The conversions go straight into the fields: recording a failure must not fail, also where memory
