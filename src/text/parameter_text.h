@@ -61,51 +61,28 @@ void ReadParameter(TextScanner<Char>& scanner, Optional<T>& parameter, const Nam
 
 // ---- Templates ----------------------------------------------------------------------------------
 //
-// One function a type: there are as many classes of templates as of actions, and their code shall
-// stay small.
+// Here one function a type serves all: there are as many classes of templates as of actions, and
+// their code shall stay small. T is the type of a value.
 
+/// In the writer's form, machine or display.
 template <typename Char, class T>
-[[gnu::noinline]] void WriteParameter(TextWriter<Char>& writer, const MatchParam<T>& pair,
-                                      const Name& name) {
-    WriteNamed(writer, pair.IsSet, pair.Value, name);
-}
+void WritePair(TextWriter<Char>& writer, std::uint32_t type, const MatchParam<T>& pair,
+               const Name& name);
 template <typename Char, class T>
-[[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
-                                        const MatchParam<T>& pair) {
-    if (!pair.IsSet) return writer.PassAbsent();
-    WriteDisplay(writer, type, pair.Value);
-}
-template <typename Char, class T>
-[[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, MatchParam<T>& pair,
-                                     const Name& name) {
-    ReadNamed(scanner, pair.IsSet, pair.Value, name);
-}
+void ReadPair(TextScanner<Char>& scanner, MatchParam<T>& pair, const Name& name);
 
-/// What stands ahead of the parameters: the name, and the description, which is not for display. A
-/// template's index begins one lower, so that the description's is -1.
+/// What stands ahead of the parameters: the name and the description, or the opening parenthesis
+/// and the description.
 template <typename Char>
-[[gnu::noinline]] void WriteTemplateStart(TextWriter<Char>& writer, const Descriptor& descriptor,
-                                          const Name& name, const CTmxMatchAction& message) {
-    writer.WriteName(descriptor, name);
-    if (writer.DisplayMode) return writer.PassAbsent();
-    WriteParameter(writer, message.Description(), kDescriptionName);
-}
+void WriteTemplateStart(TextWriter<Char>& writer, const Descriptor& descriptor, const Name& name,
+                        const CTmxMatchAction& message);
 template <typename Char>
-[[gnu::noinline]] bool WriteTemplateEnd(TextWriter<Char>& writer) {
-    return writer.WriteEnd();
-}
+void ReadTemplateStart(TextScanner<Char>& scanner, CTmxMatchAction& message);
 
+/// What stands behind them. Return whether everything fitted, and whether nothing failed.
 template <typename Char>
-[[gnu::noinline]] void ReadTemplateStart(TextScanner<Char>& scanner, CTmxMatchAction& message) {
-    scanner.ScanOpenParen();
-    MatchParam<WideText> description;
-    ReadParameter(scanner, description, kDescriptionName);
-    if (description.IsSet) message.SetDescription(std::move(description.Value));
-}
+bool WriteTemplateEnd(TextWriter<Char>& writer);
 template <typename Char>
-[[gnu::noinline]] bool ReadTemplateEnd(TextScanner<Char>& scanner) {
-    scanner.ScanCloseParen();
-    return scanner.Healthy();
-}
+bool ReadTemplateEnd(TextScanner<Char>& scanner);
 
 }  // namespace TmxPLC
