@@ -124,6 +124,10 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
     }
 
   protected:
+    ConcreteAction() = default;
+    ConcreteAction(const ConcreteAction&) = default;
+    TMX_FORCE_INLINE ~ConcreteAction() override {}
+
     void* FindByRole(RoutingRole role, std::uint32_t& kind) noexcept final {
         switch (role) {
             case RoutingRole::GuidReference:

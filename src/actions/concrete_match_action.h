@@ -88,6 +88,10 @@ class ConcreteMatchAction : public ConcreteMessage<Template, CTmxMatchAction> {
     }
 
   protected:
+    ConcreteMatchAction() = default;
+    ConcreteMatchAction(const ConcreteMatchAction&) = default;
+    TMX_FORCE_INLINE ~ConcreteMatchAction() override {}
+
     bool AllSetAgree(const CTmxAction& other) const final {
         const Action& action = static_cast<const Action&>(other);
         return AllPairs<Template, Action>([&]<class Pair, class Parameter>() {

@@ -66,6 +66,9 @@ class ConcreteMessage : public Base {
 
   protected:
     TMX_FORCE_INLINE ConcreteMessage() noexcept : Base(Facts::kCode) {}
+    ConcreteMessage(const ConcreteMessage&) = default;
+    // Inlined, the bases leave nothing behind of their own, not even their tables of functions.
+    TMX_FORCE_INLINE ~ConcreteMessage() override {}
 
     Class& Self() noexcept { return static_cast<Class&>(*this); }
     const Class& Self() const noexcept { return static_cast<const Class&>(*this); }

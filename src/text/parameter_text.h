@@ -1,6 +1,9 @@
 // How a parameter stands in the text of its message. A required parameter of an action stands by
 // its position alone. An optional one, and every one of a template, stands by its name, and is left
 // out where it has no value.
+//
+// Each is one function a type, out of line: there are hundreds of classes that call them, one call
+// a parameter.
 #pragma once
 
 #include "match/match_action.h"
@@ -12,7 +15,7 @@ namespace TmxPLC {
 // ---- Machine form -------------------------------------------------------------------------------
 
 template <typename Char, class T>
-void WriteParameter(TextWriter<Char>& writer, const T& parameter, const Name&) {
+[[gnu::noinline]] void WriteParameter(TextWriter<Char>& writer, const T& parameter, const Name&) {
     writer.Separator();
     PutMachine(writer, parameter);
 }
@@ -24,18 +27,21 @@ TMX_FORCE_INLINE void WriteNamed(TextWriter<Char>& writer, bool present, const T
     WriteParameter(writer, value, name);
 }
 template <typename Char, class T>
-void WriteParameter(TextWriter<Char>& writer, const Optional<T>& parameter, const Name& name) {
+[[gnu::noinline]] void WriteParameter(TextWriter<Char>& writer, const Optional<T>& parameter,
+                                      const Name& name) {
     WriteNamed(writer, parameter.present, parameter.value, name);
 }
 
 // ---- Display form -------------------------------------------------------------------------------
 
 template <typename Char, class T>
-void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type, const T& parameter) {
+[[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
+                                        const T& parameter) {
     WriteDisplay(writer, type, parameter);
 }
 template <typename Char, class T>
-void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type, const Optional<T>& parameter) {
+[[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
+                                        const Optional<T>& parameter) {
     if (!parameter.present) return writer.PassAbsent();
     WriteDisplay(writer, type, parameter.value);
 }
@@ -43,7 +49,7 @@ void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type, const Option
 // ---- Reading ------------------------------------------------------------------------------------
 
 template <typename Char, class T>
-void ReadParameter(TextScanner<Char>& scanner, T& parameter, const Name&) {
+[[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, T& parameter, const Name&) {
     if (scanner.ScanParamStart()) ReadValue(scanner, parameter);
 }
 template <typename Char, class T>
@@ -55,7 +61,8 @@ TMX_FORCE_INLINE void ReadNamed(TextScanner<Char>& scanner, bool& present, T& va
     if (opened) ReadValue(scanner, value);
 }
 template <typename Char, class T>
-void ReadParameter(TextScanner<Char>& scanner, Optional<T>& parameter, const Name& name) {
+[[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, Optional<T>& parameter,
+                                     const Name& name) {
     ReadNamed(scanner, parameter.present, parameter.value, name);
 }
 
