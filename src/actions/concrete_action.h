@@ -5,6 +5,8 @@
 
 #include <new>
 
+#include "actions/client_info.h"
+#include "actions/event_fields.h"
 #include "actions/fields.h"
 #include "actions/routing.h"
 #include "binary/action_binary.h"
@@ -98,6 +100,12 @@ class ConcreteAction : public CTmxAction {
             [&]<class Field>() { return Agree(Field::In(Self()), Field::In(right)); });
     }
 
+    void GetEventData(TmxEventDataRecord& record, bool& complete) const final {
+        EventFieldWriter writer(*this, Facts::kCode, record, complete);
+        FeedEventFields<Action>(
+            writer, [&]<class Field>() -> const auto& { return Field::In(Self()); });
+    }
+
     GuidRef* GetGuidReference(std::uint32_t& kind) noexcept final {
         return FindGuidRef<Routing::GuidReference>(kind);
     }
@@ -126,6 +134,31 @@ class ConcreteAction : public CTmxAction {
         const std::int32_t* number =
             Routing::Find<Routing::GenericInt32, const std::int32_t>(Self());
         return number != nullptr ? *number : 0;
+    }
+
+    bool UpdateWindowsClientInfo(const WideChar* host, std::int32_t type,
+                                 const WideChar* account) final {
+        if constexpr (ClientInfo::kPresent<Action>) {
+            using Client = ClientInfo::Parameters<Action>;
+            ClientInfo::Set(Client::Host::In(Self()), host);
+            ClientInfo::Set(Client::Type::In(Self()), type);
+            ClientInfo::Set(Client::Account::In(Self()), account);
+            return true;
+        } else {
+            return CTmxAction::UpdateWindowsClientInfo(host, type, account);
+        }
+    }
+    bool GetWindowsClientInfo(const WideChar*& host, const std::int32_t*& type,
+                              const WideChar*& account) const noexcept final {
+        if constexpr (ClientInfo::kPresent<Action>) {
+            using Client = ClientInfo::Parameters<Action>;
+            host = ClientInfo::Get(Client::Host::In(Self()));
+            type = ClientInfo::Get(Client::Type::In(Self()));
+            account = ClientInfo::Get(Client::Account::In(Self()));
+            return true;
+        } else {
+            return CTmxAction::GetWindowsClientInfo(host, type, account);
+        }
     }
 
     /// A new object from the flat arguments of the first parameters; the rest is absent. Null where

@@ -36,6 +36,8 @@ class CTmxGenericAction final : public CTmxAction {
     bool StoreToTextA(TextWriter<char>&) const override { return false; }
     bool StoreToBin(BinOutput&) const override { return false; }
     bool Equal(const CTmxAction&) const override { return false; }
+    /// Leaves everything as it is.
+    void GetEventData(TmxEventDataRecord&, bool&) const override {}
     ObjectRef* GetVideoInput() noexcept override { return Given(videoInput); }
     ObjectRef* GetVideoOutput() noexcept override { return Given(videoOutput); }
     ObjectRef* GetInputContact() noexcept override { return Given(inputContact); }

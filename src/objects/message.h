@@ -48,6 +48,8 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
 class CTmxAction : public CTmxMessage {
   public:
     virtual bool Equal(const CTmxAction& other) const = 0;
+    /// Spreads the parameters over the fields of an event record, see event/event_data.h.
+    virtual void GetEventData(TmxEventDataRecord& record, bool& complete) const = 0;
     /// kind: out, the kind of the parameter as the catalogue numbers it; untouched without one.
     virtual GuidRef* GetGuidReference(std::uint32_t& kind) noexcept;
     virtual GuidRef* GetChannelGuidReference(std::uint32_t& kind) noexcept;
@@ -58,6 +60,12 @@ class CTmxAction : public CTmxMessage {
     virtual ObjectRef* GetOutputContact() noexcept;
     virtual std::int64_t* GetForeignKey() noexcept;
     virtual std::int32_t GetGenericInt32Parameter() const noexcept;
+    /// The client of an action that knows one. A null text and a type of 0 are not taken over; what
+    /// is absent is given as null. False, and nothing done: the action knows no client.
+    virtual bool UpdateWindowsClientInfo(const WideChar* host, std::int32_t type,
+                                         const WideChar* account);
+    virtual bool GetWindowsClientInfo(const WideChar*& host, const std::int32_t*& type,
+                                      const WideChar*& account) const noexcept;
 
     Properties properties;
 
