@@ -288,6 +288,68 @@ TMXACT_API bool TmxAct_StoreToBinBuffer(TmxHandle handle, uint8_t* buffer, uint3
 TMXACT_API TmxHandle TmxAct_CreateFromBinBuffer(const uint8_t* buffer, int32_t size,
                                                 uint32_t messageClass, uint32_t* used);
 
+/* ---- Templates: match actions --------------------------------------------------------------- */
+/*
+ * A match action is the template of one action. It has the action's parameters, each either set to
+ * a value or open, and a description. It is made from an action (below) or from text or bytes (the
+ * CreateFrom functions), and stored, cloned, compared and closed like an action. Its text:
+ * "@ CameraOn (Comment: "at night", Camera: 5)". The functions that begin with TmxMatchAct_ take a
+ * match action as their first handle; which kind a handle is isn't tested.
+ */
+
+/* Makes the template of an action in which all is set that the action has: its required parameters
+ * and the optional ones that are present. It has no description.
+ * matchAction: out, a new handle that the caller closes; null for a generic action, which has no
+ *     template, and where there is no memory for the object.
+ * Returns: true; false if a text could not be copied. */
+TMXACT_API bool TmxAct_CreateMatchActionFromTemplate(TmxHandle handle, TmxHandle* matchAction);
+
+/* Makes an action of the template's code. A set parameter gives its value. One that is open gets
+ *  - without a source: the zero of its type, a date-time the time of the template's making; an
+ *    optional one is absent;
+ *  - from a source of the same code: what the source has there, absence included;
+ *  - from any other source: by the role that its kind names, what the routing functions tell of the
+ *    source (video input, viewer, contacts, foreign key), and for every required number the
+ *    source's generic number; the empty value where the source has no such role; an optional one is
+ *    absent. A source CustomAction gives its number for the foreign key.
+ * source: an action, or null. Neither object is changed.
+ * action: out, a new handle that the caller closes; null where there is no memory for the object.
+ * Returns: true; false if a text could not be copied. */
+TMXACT_API bool TmxMatchAct_CreateActionFromTemplate(TmxHandle handle, TmxHandle source,
+                                                     TmxHandle* action);
+
+/* Tests an action against a template: matching is an action of the template's code with which all
+ * set parameters agree. References agree by the component that the template gives: id (or GUID),
+ * else number, else name. Texts agree without regard to case, date-times by their instant. An
+ * absent optional parameter counts as the zero of its type. Nothing is allocated.
+ * Returns: true, and the answer goes to matches; false if the system can't compare two texts. */
+TMXACT_API bool TmxMatchAct_Matches(TmxHandle handle, TmxHandle action, bool* matches);
+
+/* Sets the description, which may be empty; null takes it away. The narrow text is in the ANSI code
+ * page. Returns: true; false if memory runs out or the text can't be converted, with nothing
+ * changed. */
+TMXACT_API bool TmxMatchAct_SetDescriptionW(TmxHandle handle, const TmxWChar* text);
+TMXACT_API bool TmxMatchAct_SetDescriptionA(TmxHandle handle, const char* text);
+
+/* Tells the description; the empty text if there is none.
+ * text: out, stays until the next description call on the object, or until the object ends. The
+ *     narrow one (ANSI code page) is made with each call: not for two threads at a time.
+ * Returns: true; false if memory runs out or the text can't be converted. */
+TMXACT_API bool TmxMatchAct_GetDescriptionW(TmxHandle handle, const TmxWChar** text);
+TMXACT_API bool TmxMatchAct_GetDescriptionA(TmxHandle handle, const char** text);
+
+/* Tells whether there is a description, be it empty. Returns: true. */
+TMXACT_API bool TmxMatchAct_HasDescription(TmxHandle handle, bool* has);
+
+/* What a template tells of its action, as the functions of the same names for actions do: its code,
+ * its class, its name, its current plain name. Texts belong to the catalogue. All return true. */
+TMXACT_API bool TmxMatchAct_GetActionCode(TmxHandle handle, uint32_t* code);
+TMXACT_API bool TmxMatchAct_GetActionClass(TmxHandle handle, uint32_t* classId);
+TMXACT_API bool TmxMatchAct_GetActionNameA(TmxHandle handle, const char** name);
+TMXACT_API bool TmxMatchAct_GetActionNameW(TmxHandle handle, const TmxWChar** name);
+TMXACT_API bool TmxMatchAct_GetActionPlainNameA(TmxHandle handle, const char** name);
+TMXACT_API bool TmxMatchAct_GetActionPlainNameW(TmxHandle handle, const TmxWChar** name);
+
 /* ---- Generic action ------------------------------------------------------------------------- */
 
 /* Makes an action without a catalogue entry that carries routing values alone. It has no name, no

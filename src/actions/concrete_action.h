@@ -1,26 +1,12 @@
-// The rule that turns a row of the catalogue into a class: every operation of an action, written
-// once over its list of parameters. The build makes for each row a class that holds the members,
-// and the list (ActionFacts); all that follows is straight-line code known at compile time.
+// The rule that turns a row of the catalogue into an action class.
 #pragma once
 
-#include <new>
-
 #include "actions/client_info.h"
-#include "actions/event_fields.h"
-#include "actions/fields.h"
+#include "actions/concrete_message.h"
 #include "actions/routing.h"
-#include "binary/action_binary.h"
-#include "binary/values.h"
-#include "catalogue/catalogue.h"
 #include "match/agreement.h"
-#include "objects/message.h"
-#include "text/value_reader.h"
-#include "text/value_writer.h"
 
 namespace TmxPLC {
-
-/// Says that a constructor takes the flat arguments of a typed Create function.
-struct FlatArguments {};
 
 /// A parameter from its flat argument: a value by value, all else by a pointer.
 template <class T>
@@ -70,41 +56,23 @@ inline void DecodeToFlat(const Optional<T>& parameter, const Flat** out) noexcep
 }
 
 template <class Action>
-class ConcreteAction : public CTmxAction {
+class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
+    using Message = ConcreteMessage<Action, CTmxAction>;
+
   public:
-    using Facts = ActionFacts<Action>;
+    using typename Message::Facts;
 
-    /// The class's descriptor; RegisterAction fills it at load.
-    inline static constinit Descriptor descriptor{};
-
-    std::uint32_t Release() noexcept final { return this->ReleaseFrom(Self()); }
-    const Descriptor& GetInfo() const noexcept final { return descriptor; }
-
-    CTmxMessage* Clone() const final { return new (std::nothrow) Action(Self()); }
-
-    bool StoreToTextW(TextWriter<WideChar>& writer) const final { return StoreToText(writer); }
-    bool StoreToTextA(TextWriter<char>& writer) const final { return StoreToText(writer); }
-
-    bool StoreToBin(BinOutput& output) const final {
-        BinOutput stored = StoreHeader(output, descriptor);
-        ForEachField<Action>(
-            [&]<class Field>(const Name&) { stored = StoreValue(stored, Field::In(Self())); });
-        output = stored;
-        return output.remaining >= 0;
-    }
+    // An action with reference count 1 and nothing in it; null where there is no memory for it.
+    using Message::Make;
 
     bool Equal(const CTmxAction& other) const final {
-        if (other.GetInfo().code != Facts::kCode) return false;
+        if (other.code != Facts::kCode) return false;
         const Action& right = static_cast<const Action&>(other);
         return AllFields<Action>(
             [&]<class Field>() { return Agree(Field::In(Self()), Field::In(right)); });
     }
 
-    void GetEventData(TmxEventDataRecord& record, bool& complete) const final {
-        EventFieldWriter writer(*this, Facts::kCode, record, complete);
-        FeedEventFields<Action>(
-            writer, [&]<class Field>() -> const auto& { return Field::In(Self()); });
-    }
+    CTmxMatchAction* CreateMatchAction() const final { return Facts::Template::From(Self()); }
 
     GuidRef* GetGuidReference(std::uint32_t& kind) noexcept final {
         return FindGuidRef<Routing::GuidReference>(kind);
@@ -165,10 +133,10 @@ class ConcreteAction : public CTmxAction {
     /// there is no memory for the object.
     template <class... Flat>
     static Action* FromFlat(const Flat&... arguments) {
-        Guard guard{Make()};
-        if (guard.action != nullptr)
-            SetAllFromFlat(*guard.action, typename Facts::Fields{}, arguments...);
-        return guard.Release();
+        MessageGuard<Action> made(Message::Make());
+        if (made.Get() != nullptr)
+            SetAllFromFlat(*made.Get(), typename Facts::Fields{}, arguments...);
+        return made.Release();
     }
 
     /// Hands the first parameters to flat out arguments.
@@ -177,104 +145,8 @@ class ConcreteAction : public CTmxAction {
         DecodeAllToFlat(typename Facts::Fields{}, out...);
     }
 
-    /// The creators of the descriptor.
-    template <typename Char>
-    static CTmxMessage* CreateFromText(TextScanner<Char>& scanner) {
-        Guard guard{Make()};
-        if (guard.action == nullptr) return ReadWithoutMemory(scanner);
-        return guard.action->Read(scanner) ? guard.Release() : nullptr;
-    }
-    static CTmxMessage* CreateFromBin(BinInput& input) {
-        Guard guard{Make()};
-        if (guard.action == nullptr) return ReadWithoutMemory(input);
-        return guard.action->Read(input) ? guard.Release() : nullptr;
-    }
-
   private:
-    // Lets go of an object that can't be finished.
-    struct Guard {
-        Action* action;
-        ~Guard() {
-            if (action != nullptr) action->Release();
-        }
-        Action* Release() noexcept { return std::exchange(action, nullptr); }
-    };
-
-    Action& Self() noexcept { return static_cast<Action&>(*this); }
-    const Action& Self() const noexcept { return static_cast<const Action&>(*this); }
-
-    static Action* Make() noexcept { return new (std::nothrow) Action; }
-
-    template <class Stream>
-    [[gnu::noinline]] static CTmxMessage* ReadWithoutMemory(Stream& stream) {
-        // What the caller is told of the place is the same as with an object.
-        Action passing;
-        passing.Read(stream);
-        return nullptr;
-    }
-
-    template <typename Char>
-    bool Read(TextScanner<Char>& scanner) {
-        scanner.ScanOpenParen();
-        ForEachField<Action>(
-            [&]<class Field>(const Name& name) { ReadField(scanner, Field::In(Self()), name); });
-        scanner.ScanCloseParen();
-        return scanner.Healthy();
-    }
-    bool Read(BinInput& input) {
-        ForEachField<Action>(
-            [&]<class Field>(const Name&) { LoadValue(input, Field::In(Self())); });
-        return input.failure == 0;
-    }
-
-    template <typename Char, class T>
-    static void ReadField(TextScanner<Char>& scanner, T& parameter, const Name&) {
-        if (scanner.ScanParamStart()) ReadValue(scanner, parameter);
-    }
-    template <typename Char, class T>
-    static void ReadField(TextScanner<Char>& scanner, Optional<T>& parameter, const Name& name) {
-        bool opened = false;
-        parameter.present = scanner.ScanOptionalStart(name.In<Char>(), name.length, opened);
-        if (!parameter.present) return SetUnread(parameter.value);
-        if (opened) ReadValue(scanner, parameter.value);
-    }
-
-    template <typename Char>
-    bool StoreToText(TextWriter<Char>& writer) const {
-        writer.WriteName(descriptor, Facts::kName);
-        if (writer.DisplayMode)
-            ForEachField<Action>([&]<class Field>(const Name&) {
-                DisplayField(writer, Field::kType, Field::In(Self()));
-            });
-        else
-            ForEachField<Action>([&]<class Field>(const Name& name) {
-                WriteField(writer, Field::In(Self()), name);
-            });
-        return writer.WriteEnd();
-    }
-
-    template <typename Char, class T>
-    static void WriteField(TextWriter<Char>& writer, const T& parameter, const Name&) {
-        writer.Separator();
-        PutMachine(writer, parameter);
-    }
-    template <typename Char, class T>
-    static void WriteField(TextWriter<Char>& writer, const Optional<T>& parameter,
-                           const Name& name) {
-        if (!parameter.present) return writer.PassAbsent();
-        writer.WriteParameterName(name);
-        WriteField(writer, parameter.value, name);
-    }
-    template <typename Char, class T>
-    static void DisplayField(TextWriter<Char>& writer, std::uint32_t type, const T& parameter) {
-        WriteDisplay(writer, type, parameter);
-    }
-    template <typename Char, class T>
-    static void DisplayField(TextWriter<Char>& writer, std::uint32_t type,
-                             const Optional<T>& parameter) {
-        if (!parameter.present) return writer.PassAbsent();
-        WriteDisplay(writer, type, parameter.value);
-    }
+    using Message::Self;
 
     static void SetAllFromFlat(Action&, FieldList<>) noexcept {}
     template <class Field, class... Rest, class Flat, class... Flats>
@@ -306,13 +178,5 @@ class ConcreteAction : public CTmxAction {
         return Routing::Find<Rule, GuidRef>(Self());
     }
 };
-
-/// Registers an action class for the building of the catalogue.
-template <class Action>
-void RegisterAction() {
-    registerDescriptor(Action::descriptor, ActionMessage, ActionFacts<Action>::kCode,
-                       &Action::template CreateFromText<char>, &Action::CreateFromBin,
-                       &Action::template CreateFromText<WideChar>);
-}
 
 }  // namespace TmxPLC

@@ -35,9 +35,9 @@ struct FieldList {
     static constexpr std::size_t kCount = sizeof...(Fields);
 };
 
-/// The facts of an action class; the build makes one for each: kCode, kName, Fields (a FieldList)
-/// and kNames (the parameters' names).
-template <class Action>
+/// The facts of an action class or of its template's; the build makes one for each: kCode, kName,
+/// Fields (a FieldList), kNames (the parameters' names), and Template (the template's class).
+template <class Class>
 struct ActionFacts;
 
 namespace Detail {
@@ -62,6 +62,14 @@ template <class Field, class... Rest>
 struct At<0, FieldList<Field, Rest...>> {
     using Type = Field;
 };
+template <class Visit, class... Lefts, class... Rights>
+constexpr void ForEachPair(FieldList<Lefts...>, FieldList<Rights...>, Visit&& visit) {
+    (visit.template operator()<Lefts, Rights>(), ...);
+}
+template <class Visit, class... Lefts, class... Rights>
+constexpr bool AllPairs(FieldList<Lefts...>, FieldList<Rights...>, Visit&& visit) {
+    return (visit.template operator()<Lefts, Rights>() && ...);
+}
 template <template <class> class Condition, class Chosen, class... Fields>
 struct First {
     using Type = Chosen;
@@ -94,6 +102,19 @@ constexpr void ForEachPlace(Visit&& visit) {
 template <class Action, class Visit>
 constexpr bool AllFields(Visit&& visit) {
     return Detail::AllFields<Action>(typename ActionFacts<Action>::Fields{}, visit);
+}
+
+/// The same for the parameters of two classes of one action, side by side:
+/// visit.operator()<Left, Right>().
+template <class Left, class Right, class Visit>
+constexpr void ForEachPair(Visit&& visit) {
+    Detail::ForEachPair(typename ActionFacts<Left>::Fields{}, typename ActionFacts<Right>::Fields{},
+                        visit);
+}
+template <class Left, class Right, class Visit>
+constexpr bool AllPairs(Visit&& visit) {
+    return Detail::AllPairs(typename ActionFacts<Left>::Fields{},
+                            typename ActionFacts<Right>::Fields{}, visit);
 }
 
 /// The parameter of an action at a place.

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "binary/stream.h"
-#include "objects/values.h"
+#include "match/match_parameter.h"
 
 namespace TmxPLC {
 
@@ -32,12 +32,6 @@ inline BinOutput StoreValue(BinOutput output, const GuidRef& value) noexcept {
 }
 /// A set is stored as a wide text of its entries: "1 2 3 4 7 'left', 5 6 7 8 -1 'right'".
 BinOutput StoreValue(BinOutput output, const DataSet& value);
-
-/// What a parameter holds when nothing was read: the zero of its type, and the present time for a
-/// date-time.
-template <typename T>
-inline void SetUnread(T&) {}
-inline void SetUnread(TZincDateTime& value) { value = TZincDateTime::Now(); }
 
 template <typename T>
 inline void LoadValue(BinInput& input, T& value) {
@@ -77,19 +71,39 @@ inline void LoadValue(BinInput& input, GuidRef& value) {
 /// Whatever is malformed ends the set quietly with the entries so far; it never fails the stream.
 void LoadValue(BinInput& input, DataSet& value);
 
-/// Reads an optional parameter.
+/// An optional value: a byte that tells whether it is there, and the value if it is.
 template <typename T>
-inline void LoadValue(BinInput& input, Optional<T>& parameter) {
-    parameter.present = input.ReadPresence();
-    if (parameter.present)
-        LoadValue(input, parameter.value);
-    else
-        SetUnread(parameter.value);
+TMX_FORCE_INLINE BinOutput StoreIfPresent(BinOutput output, const bool& present, const T& value) {
+    const BinOutput next = StoreValue(output, present);
+    return present ? StoreValue(next, value) : next;
 }
 template <typename T>
+TMX_FORCE_INLINE void LoadIfPresent(BinInput& input, bool& present, T& value) {
+    present = input.ReadPresence();
+    if (present)
+        LoadValue(input, value);
+    else
+        SetUnread(value);
+}
+
+template <typename T>
 TMX_FORCE_INLINE BinOutput StoreValue(BinOutput output, const Optional<T>& parameter) {
-    const BinOutput next = StoreValue(output, parameter.present);
-    return parameter.present ? StoreValue(next, parameter.value) : next;
+    return StoreIfPresent(output, parameter.present, parameter.value);
+}
+template <typename T>
+inline void LoadValue(BinInput& input, Optional<T>& parameter) {
+    LoadIfPresent(input, parameter.present, parameter.value);
+}
+
+// Templates are stored and read through one function a type: there are as many classes of them as
+// of actions, and their code shall stay small.
+template <typename T>
+[[gnu::noinline]] BinOutput StoreValue(BinOutput output, const MatchParam<T>& pair) {
+    return StoreIfPresent(output, pair.IsSet, pair.Value);
+}
+template <typename T>
+[[gnu::noinline]] void LoadValue(BinInput& input, MatchParam<T>& pair) {
+    LoadIfPresent(input, pair.IsSet, pair.Value);
 }
 
 }  // namespace TmxPLC

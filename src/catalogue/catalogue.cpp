@@ -63,7 +63,6 @@ constexpr EventField kEventFields[] = {
     {TMX_NAME("DateFieldA"), ParamDateTime},   {TMX_NAME("DateFieldB"), ParamDateTime},
     {TMX_NAME("DoubleFieldA"), ParamDouble},   {TMX_NAME("DoubleFieldB"), ParamDouble},
 };
-constexpr Name kDescriptionName = TMX_NAME("Comment");
 
 TextBlock StaticText(const Name& name) noexcept { return TextBlock(name.narrow, name.wide); }
 

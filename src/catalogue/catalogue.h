@@ -15,6 +15,9 @@
 
 namespace TmxPLC {
 
+/// What the description of a template is called in its text.
+inline constexpr Name kDescriptionName = TMX_NAME("Comment");
+
 /// A text in the three forms that are held ready.
 struct TextForms {
     const char* narrow;    // ANSI

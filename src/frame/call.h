@@ -2,6 +2,7 @@
 #pragma once
 
 #include "frame/last_error.h"
+#include "match/match_action.h"
 #include "objects/message.h"
 
 namespace TmxPLC::Frame {
@@ -11,6 +12,9 @@ inline CTmxMessage& Message(TmxHandle handle) noexcept {
 }
 inline CTmxAction& Action(TmxHandle handle) noexcept {
     return static_cast<CTmxAction&>(Message(handle));
+}
+inline CTmxMatchAction& Template(TmxHandle handle) noexcept {
+    return static_cast<CTmxMatchAction&>(Message(handle));
 }
 inline TmxHandle Handle(CTmxMessage* message) noexcept {
     return reinterpret_cast<TmxHandle>(message);

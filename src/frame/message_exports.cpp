@@ -75,13 +75,15 @@ bool TmxAct_GetInternalIndex(TmxHandle handle, uint32_t* index) {
 bool TmxAct_Equal(TmxHandle a, TmxHandle b, bool* equal) {
     return Frame::Run([&] {
         const Descriptor& descriptor = Message(a).GetInfo();
-        *equal = &descriptor == &Message(b).GetInfo() && descriptor.messageClass == ActionMessage &&
-                 Frame::Action(a).Equal(Frame::Action(b));
+        *equal = &descriptor == &Message(b).GetInfo() &&
+                 (descriptor.messageClass == ActionMessage
+                      ? Frame::Action(a).Equal(Frame::Action(b))
+                      : Frame::Template(a).Equal(Frame::Template(b)));
     });
 }
 
 bool TmxAct_GetActionCode(TmxHandle handle, uint32_t* code) {
-    return Frame::Run([&] { *code = Message(handle).GetInfo().code; });
+    return Frame::Run([&] { *code = Message(handle).code; });
 }
 
 bool TmxAct_GetActionClass(TmxHandle handle, uint32_t* classId) {

@@ -18,7 +18,7 @@ template <class Action, class... Flat>
 inline bool Decode(TmxHandle handle, Flat*... out) noexcept {
     return Run([&] {
         const CTmxMessage& message = Message(handle);
-        if (message.GetInfo().code != Action::Facts::kCode) ThrowWrongDecodeMethod();
+        if (message.code != Action::Facts::kCode) ThrowWrongDecodeMethod();
         static_cast<const Action&>(message).Decode(out...);
     });
 }

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "catalogue/name.h"
-#include "objects/values.h"
+#include "match/match_parameter.h"
 
 namespace TmxPLC {
 
@@ -58,6 +58,19 @@ bool Agree(const DataSet& left, const DataSet& right) noexcept;
 template <class T>
 bool Agree(const Optional<T>& left, const Optional<T>& right) {
     return left.present == right.present && (!left.present || Agree(left.value, right.value));
+}
+
+/// Two templates' parameters, likewise.
+template <class T>
+bool Agree(const MatchParam<T>& left, const MatchParam<T>& right) {
+    return left.IsSet == right.IsSet && (!left.IsSet || Agree(left.Value, right.Value));
+}
+
+/// A template's parameter and an action's. What isn't set agrees with everything. What is set
+/// compares with the stored value: an absent optional parameter is one with the zero of its type.
+template <class T, class Parameter>
+bool AgreeIfSet(const MatchParam<T>& pair, const Parameter& parameter) {
+    return !pair.IsSet || Agree(pair.Value, ValueOf(parameter));
 }
 
 }  // namespace TmxPLC

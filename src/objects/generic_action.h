@@ -18,11 +18,12 @@ class CTmxGenericAction final : public CTmxAction {
         descriptor.code = kCode;
     }
 
-    CTmxGenericAction() = default;
+    CTmxGenericAction() noexcept : CTmxAction(kCode) {}
     /// Each reference may be null, which leaves the value empty.
     CTmxGenericAction(const TmxObjectRef* input, const TmxObjectRef* output,
                       const TmxObjectRef* inContact, const TmxObjectRef* outContact,
-                      std::int32_t number) {
+                      std::int32_t number)
+        : CTmxGenericAction() {
         if (input) videoInput = *input;
         if (output) videoOutput = *output;
         if (inContact) inputContact = *inContact;
@@ -36,6 +37,7 @@ class CTmxGenericAction final : public CTmxAction {
     bool StoreToTextA(TextWriter<char>&) const override { return false; }
     bool StoreToBin(BinOutput&) const override { return false; }
     bool Equal(const CTmxAction&) const override { return false; }
+    CTmxMatchAction* CreateMatchAction() const override { return nullptr; }
     /// Leaves everything as it is.
     void GetEventData(TmxEventDataRecord&, bool&) const override {}
     ObjectRef* GetVideoInput() noexcept override { return Given(videoInput); }

@@ -13,6 +13,7 @@
 namespace TmxPLC {
 
 struct BinOutput;
+class CTmxMatchAction;
 template <typename Char>
 class TextWriter;
 
@@ -32,15 +33,16 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
 
     std::uint32_t messageFlags = 0;
     std::uint64_t internalData = 0;  // the caller's own; never looked at
+    const std::uint32_t code;        // the descriptor's, at hand where one is tested against many
 
   protected:
     // Made and ended with every object of every class: inlined, they cost a few stores.
-    TMX_FORCE_INLINE CTmxMessage() noexcept {
+    TMX_FORCE_INLINE explicit CTmxMessage(std::uint32_t actionCode) noexcept : code(actionCode) {
         referenceCount.store(1, std::memory_order_relaxed);
         LiveObjects::Add();
     }
     /// A copy begins as a new object does: what belongs to the message itself is not carried over.
-    CTmxMessage(const CTmxMessage&) noexcept : CTmxMessage() {}
+    CTmxMessage(const CTmxMessage& other) noexcept : CTmxMessage(other.code) {}
 };
 
 /// The base of all actions. The accessors by role give the parameter that plays the role inside the
@@ -48,6 +50,9 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
 class CTmxAction : public CTmxMessage {
   public:
     virtual bool Equal(const CTmxAction& other) const = 0;
+    /// A new template in which everything is set that has a value here; null where there is no
+    /// memory for it, and for the generic action, which has no template.
+    virtual CTmxMatchAction* CreateMatchAction() const = 0;
     /// Spreads the parameters over the fields of an event record, see event/event_data.h.
     virtual void GetEventData(TmxEventDataRecord& record, bool& complete) const = 0;
     /// kind: out, the kind of the parameter as the catalogue numbers it; untouched without one.
@@ -72,7 +77,8 @@ class CTmxAction : public CTmxMessage {
     TMX_FORCE_INLINE ~CTmxAction() override {}
 
   protected:
-    TMX_FORCE_INLINE CTmxAction() noexcept {}
+    TMX_FORCE_INLINE explicit CTmxAction(std::uint32_t actionCode) noexcept
+        : CTmxMessage(actionCode) {}
     /// The copies of the concrete classes carry over the parameters alone.
     CTmxAction(const CTmxAction& other) noexcept : CTmxMessage(other) {}
 };

@@ -116,6 +116,12 @@ inline constexpr bool kIsOptional = false;
 template <class T>
 inline constexpr bool kIsOptional<Optional<T>> = true;
 
+/// Gives a value that nothing was read or handed in for what it holds then: the zero of its type,
+/// which it has from the start, and for a date-time the present time.
+template <class T>
+void SetUnread(T&) noexcept {}
+inline void SetUnread(TZincDateTime& value) { value = TZincDateTime::Now(); }
+
 /// The value inside a parameter, optional or not.
 template <class T>
 const T& ValueOf(const T& parameter) noexcept {

@@ -160,7 +160,7 @@ class OneMoreRow(GeneratorTest):
         self.assertIn("    TmxActionCode_DoorClose = 41\n", after["include/tmxactions/constants.h"])
         self.assertIn("class CTmxActDoorClose final", after["src/actions/doors.h"])
         self.assertIn("    Optional<bool> Slow;\n", after["src/actions/doors.h"])
-        self.assertIn("RegisterAction<CTmxActDoorClose>();", after["src/actions/doors.cpp"])
+        self.assertIn("RegisterMessage<CTmxActDoorClose>();", after["src/actions/doors.cpp"])
         self.assertIn("  // DoorClose\n", after["src/catalogue/static_table.inc"])
 
     def test_an_enumeration_value_brings_its_own(self):

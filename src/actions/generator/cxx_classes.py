@@ -75,37 +75,59 @@ def member(parameter):
     return f"    {aligned}{type_name} {parameter.name}{zero};\n"
 
 
-def field(action, parameter):
-    role = f", Role::{parameter.role or 'OfKind'}" if parameter.role else ""
-    return (f"        Field<&CTmxAct{action.name}::{parameter.name}, {parameter.type_id}, "
-            f"{parameter.kind}{role}>")
+def template_member(parameter):
+    return f"    MatchParam<{MEMBERS[parameter.type]}> {parameter.name};\n"
+
+
+def field_list(class_name, action):
+    fields = []
+    for parameter in action.parameters:
+        role = f", Role::{parameter.role}" if parameter.role else ""
+        fields.append(f"\n        Field<&{class_name}::{parameter.name}, {parameter.type_id}, "
+                      f"{parameter.kind}{role}>")
+    return f"    using Fields = FieldList<{','.join(fields)}>;\n"
 
 
 def family_header(catalogue, family):
-    out = [NOTICE, '#pragma once\n\n#include "actions/concrete_action.h"\n\nnamespace TmxPLC {\n']
+    out = [NOTICE, '#pragma once\n\n#include "actions/concrete_action.h"\n'
+                   '#include "actions/concrete_match_action.h"\n\nnamespace TmxPLC {\n']
     for action in catalogue.of_family(family):
-        name = f"CTmxAct{action.name}"
+        name, template = f"CTmxAct{action.name}", f"CTmxMatchAct{action.name}"
         members = "".join(member(parameter) for parameter in action.parameters)
-        fields = ",\n".join(field(action, parameter) for parameter in action.parameters)
+        pairs = "".join(template_member(parameter) for parameter in action.parameters)
         names = ", ".join(f'TMX_NAME("{parameter.name}")' for parameter in action.parameters)
         out.append(f"\nclass {name} final : public ConcreteAction<{name}> {{\n  public:\n"
                    f"{members}}};\n"
+                   f"class {template} final : public ConcreteMatchAction<{template}, {name}> {{\n"
+                   f"  public:\n{pairs}}};\n"
                    f"template <>\nstruct ActionFacts<{name}> {{\n"
+                   f"    using Template = {template};\n"
                    f"    static constexpr std::uint32_t kCode = {action.code};\n"
                    f'    static constexpr Name kName = TMX_NAME("{action.name}");\n'
-                   f"    using Fields = FieldList<")
-        out.append(f"\n{fields}>;\n" if fields else ">;\n")
-        out.append(f"    static constexpr std::array<Name, {len(action.parameters)}> kNames = "
-                   f"{{{names}}};\n}};\nextern template class ConcreteAction<{name}>;\n")
+                   f"{field_list(name, action)}"
+                   f"    static constexpr std::array<Name, {len(action.parameters)}> kNames = "
+                   f"{{{names}}};\n}};\n"
+                   f"template <>\nstruct ActionFacts<{template}> : ActionFacts<{name}> {{\n"
+                   f"{field_list(template, action)}}};\n"
+                   + "".join(f"extern {instantiation}" for instantiation in instantiations(action)))
     out.append("\n}  // namespace TmxPLC\n")
     return "".join(out)
 
 
+def instantiations(action):
+    name, template = f"CTmxAct{action.name}", f"CTmxMatchAct{action.name}"
+    return [f"template class ConcreteMessage<{name}, CTmxAction>;\n",
+            f"template class ConcreteAction<{name}>;\n",
+            f"template class ConcreteMessage<{template}, CTmxMatchAction>;\n",
+            f"template class ConcreteMatchAction<{template}, {name}>;\n"]
+
+
 def family_source(catalogue, family):
-    calls = "".join(f"    RegisterAction<CTmxAct{action.name}>();\n"
+    calls = "".join(f"    RegisterMessage<CTmxAct{action.name}>();\n"
+                    f"    RegisterMessage<CTmxMatchAct{action.name}>();\n"
                     for action in catalogue.of_family(family))
-    classes = "".join(f"template class ConcreteAction<CTmxAct{action.name}>;\n"
-                      for action in catalogue.of_family(family))
+    classes = "".join(line for action in catalogue.of_family(family)
+                      for line in instantiations(action))
     return (f'{NOTICE}#include "actions/{family}.h"\n\n#include "actions/families.h"\n\n'
             f"namespace TmxPLC {{\n\n{classes}\nvoid Register_{family}() {{\n{calls}}}\n\n"
             "}  // namespace TmxPLC\n")
