@@ -434,6 +434,51 @@ TMXACT_API bool TmxAct_GetProperties(TmxHandle handle, const TmxWChar** text);
 TMXACT_API bool TmxAct_GetActionEventData(TmxHandle handle, TmxEventDataRecord* record,
                                           bool* complete);
 
+/* The same for a match action: a parameter that is open passes its fields over as an absent one
+ * does. The description isn't represented. */
+TMXACT_API bool TmxMatchAct_GetActionEventData(TmxHandle handle, TmxEventDataRecord* record,
+                                               bool* complete);
+
+/* Makes an action from an event record: from the stored action, where binarySize and binary are not
+ * zero and the bytes can be read, else from the fields. From the fields a parameter without a value
+ * is absent, or of the zero of its type where it is required (a date-time is then the present); a
+ * reference without a name counts as one without a value, so that a record of the compact form
+ * gives empty references. Fields whose values together take more than 240 bytes (see
+ * TmxMatchAct_RestoreActionFromEventData) give an action that has lost most of them: store such
+ * actions as bytes.
+ * record: size is not looked at. Texts need no terminator.
+ * Returns: a new handle that the caller closes; null without a recorded failure where the fields
+ * are of an unknown code, or where there is no memory for an object; null with one where memory
+ * runs out for a text or a text can't be converted. */
+TMXACT_API TmxHandle TmxAct_RestoreActionFromEventData(const TmxEventDataRecord* record);
+
+/* The same for a match action. From a stored action it is the one that
+ * TmxAct_CreateMatchActionFromTemplate makes of it. From the fields a parameter without a value is
+ * open. The fields are put together in the binary form of a match action, in 240 bytes; where these
+ * don't suffice, once more in as many as are wanted (65535 at the most, else the answer is null),
+ * but from the fields that are left, so that most parameters come out open. */
+TMXACT_API TmxHandle TmxMatchAct_RestoreActionFromEventData(const TmxEventDataRecord* record);
+
+/* Describes an event record for people.
+ * record: size is not looked at. The values are those of the stored action, where binarySize and
+ *     binary are not zero and the bytes can be read, else of the fields. Parameters and names are
+ *     those of the action of the record's code; a record of code 0 or of an unknown code shows the
+ *     fields of TmxAct_EnumerateEventFields. The plain names are those that the native-translation
+ *     flag selects.
+ * callback: called with context, an index from 0, the plain name and the text of each value that is
+ *     there; at last with TMX_EVENT_DESCRIPTION_INDEX, the action's plain name and the whole line:
+ *     "CameraOn; Camera: Gate (3)" (from a stored action "CameraOn; Camera: 3 - Gate"). An unknown
+ *     code stands in the line behind the name, in parentheses. A callback in C++ may throw; the
+ *     call then ends with a recorded failure.
+ * context: handed on as it is.
+ * complete: out, true.
+ * Returns: true; false ("buffer too small") where a stored action takes more room than twice its
+ *     bytes, or than 10000 bytes, as a match action; false where a date-time has no calendar date,
+ *     where a text can't be converted, and where memory runs out. Callbacks may have run before. */
+TMXACT_API bool TmxAct_GetActionEventDescription(const TmxEventDataRecord* record, void* context,
+                                                 TmxEventDescriptionCallback callback,
+                                                 bool* complete);
+
 /* Completes the references of an action: hands each to the function of its role, and takes over
  * what that writes. In this order, as far as the action has them: a parameter set of a channel
  * together with the channel (an unset id of which is first looked for with resolveVideoInput, on a

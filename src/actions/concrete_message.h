@@ -6,7 +6,6 @@
 
 #include <new>
 #include <type_traits>
-#include <utility>
 
 #include "actions/event_fields.h"
 #include "actions/fields.h"
@@ -14,26 +13,10 @@
 #include "binary/values.h"
 #include "catalogue/catalogue.h"
 #include "match/match_action.h"
+#include "objects/message_guard.h"
 #include "text/parameter_text.h"
 
 namespace TmxPLC {
-
-/// Lets go of an object that can't be finished.
-template <class Class>
-class MessageGuard {
-  public:
-    explicit MessageGuard(Class* message) noexcept : message_(message) {}
-    MessageGuard(const MessageGuard&) = delete;
-    MessageGuard& operator=(const MessageGuard&) = delete;
-    ~MessageGuard() {
-        if (message_ != nullptr) message_->Release();
-    }
-    Class* Get() const noexcept { return message_; }
-    Class* Release() noexcept { return std::exchange(message_, nullptr); }
-
-  private:
-    Class* message_;
-};
 
 /// Base is CTmxAction or CTmxMatchAction.
 template <class Class, class Base>

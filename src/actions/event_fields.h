@@ -7,16 +7,14 @@
 
 namespace TmxPLC {
 
-/// Feeds all parameters; parameterOf.operator()<Field>() gives one. Serves an action and its match
-/// action.
-template <class Action, class ParameterOf>
-inline void FeedEventFields(EventFieldWriter& writer, ParameterOf&& parameterOf) {
-    ForEachPlace<Action>([&]<class Field, std::size_t Place>() {
+/// Feeds all parameters of an action, or of a match action.
+template <class Class>
+inline void FeedEventFields(EventFieldWriter& writer, const Class& object) {
+    ForEachPlace<Class>([&]<class Field, std::size_t Place>() {
         // The next text goes on as if the second user didn't exist.
-        if constexpr (Place != PlaceOf<Action>(kSecondUser))
-            writer.Put(Given(parameterOf.template operator()<Field>()));
+        if constexpr (Place != PlaceOf<Class>(kSecondUser)) writer.Put(Given(Field::In(object)));
     });
-    if constexpr (HasParameter<Action>(kSecondUser)) writer.SetIncomplete();
+    if constexpr (HasParameter<Class>(kSecondUser)) writer.SetIncomplete();
 }
 
 }  // namespace TmxPLC

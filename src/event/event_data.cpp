@@ -26,19 +26,19 @@ Zinc::ThreadScratch& Scratch() {
 
 }  // namespace
 
-EventFieldWriter::EventFieldWriter(const CTmxMessage& object, std::uint32_t code,
-                                   EventDataRecord& record, bool& complete) noexcept
+EventFieldWriter::EventFieldWriter(const CTmxMessage& object, EventDataRecord& record,
+                                   bool& complete) noexcept
     : record_(record), complete_(complete), compact_((object.messageFlags & kCompactFlag) != 0) {
     complete = true;
-    record.code = code;
+    record.code = object.code;
     record.reserved[0] = record.reserved[1] = 0;
     constexpr std::size_t kFirst = offsetof(EventDataRecord, int32Fields);
     std::memset(reinterpret_cast<char*>(&record) + kFirst, 0, sizeof record - kFirst);
 }
 
-EventFieldWriter::EventFieldWriter(const CTmxAction& action, std::uint32_t code,
-                                   EventDataRecord& record, bool& complete) noexcept
-    : EventFieldWriter(static_cast<const CTmxMessage&>(action), code, record, complete) {
+EventFieldWriter::EventFieldWriter(const CTmxAction& action, EventDataRecord& record,
+                                   bool& complete) noexcept
+    : EventFieldWriter(static_cast<const CTmxMessage&>(action), record, complete) {
     if (action.properties.Find(kStoreProperties) != nullptr) complete = false;
 }
 
@@ -148,6 +148,88 @@ void EventFieldWriter::Put(const GuidRef* value) noexcept {
         record_.textFields[0] = {value->nameText.size(), value->nameText.c_str()};
     else
         Put(value != nullptr ? &value->nameText : nullptr);
+}
+
+TmxGuid EventFieldSlots::Guid() const noexcept {
+    TmxGuid guid{};
+    if (id != nullptr) std::memcpy(&guid, id, sizeof guid / 2);
+    if (high != nullptr)
+        std::memcpy(reinterpret_cast<char*>(&guid) + sizeof guid / 2, high, sizeof guid / 2);
+    return guid;
+}
+
+const std::int64_t* EventFieldReader::TakeInt64() noexcept {
+    return cursor_.int64 < EventFieldCursor::kIntegerSlots ? record_.int64Fields[cursor_.int64++]
+                                                           : nullptr;
+}
+
+// A spilled value is the low half of its 64-bit slot.
+std::optional<std::int32_t> EventFieldReader::TakeInt32() noexcept {
+    std::int32_t value = 0;
+    const void* const slot = cursor_.Spills() ? static_cast<const void*>(TakeInt64())
+                                              : record_.int32Fields[cursor_.int32++];
+    if (slot == nullptr) return std::nullopt;
+    std::memcpy(&value, slot, sizeof value);
+    return value;
+}
+
+TmxEventText EventFieldReader::TakeText() noexcept {
+    return cursor_.text < EventFieldCursor::kOtherSlots ? record_.textFields[cursor_.text++]
+                                                        : TmxEventText{};
+}
+
+// Where the second text of SystemSettingsChanged is missing, the first is its TimeRange's.
+bool EventFieldReader::BorrowsText() const noexcept {
+    return record_.code == kSystemSettingsChanged && record_.textFields[1].text == nullptr;
+}
+
+EventFieldSlots EventFieldReader::Take(const ParameterRecord& parameter) noexcept {
+    EventFieldSlots slots;
+    switch (parameter.type) {
+        case ParamInt64:
+        case ParamRectangle:
+            slots.id = TakeInt64();
+            break;
+        case ParamDouble:
+            if (cursor_.real < EventFieldCursor::kOtherSlots)
+                slots.real = record_.doubleFields[cursor_.real++];
+            break;
+        case ParamDateTime:
+            if (cursor_.date < EventFieldCursor::kOtherSlots)
+                slots.date = record_.dateFields[cursor_.date++];
+            break;
+        case ParamAnsiText:
+        case ParamWideText:
+            if (parameter.text.name == kSecondUser) break;
+            slots.text = TakeText();
+            if (BorrowsText()) slots.text = {};
+            break;
+        case ParamGuid:
+            slots.id = TakeInt64();
+            slots.high = TakeInt64();
+            break;
+        case ParamNamedId:
+            slots.id = TakeInt64();
+            slots.text = TakeText();
+            break;
+        case ParamObjectRef:
+            slots.id = TakeInt64();
+            slots.number = TakeInt32();
+            slots.text = TakeText();
+            break;
+        case ParamGuidRef:
+            slots.id = TakeInt64();
+            slots.high = TakeInt64();
+            slots.text = TakeText();
+            if (BorrowsText()) slots.text = record_.textFields[0];
+            break;
+        case ParamDataSet:
+            break;
+        default:  // a number, a bool or an enumeration
+            slots.number = TakeInt32();
+            break;
+    }
+    return slots;
 }
 
 }  // namespace TmxPLC

@@ -8,8 +8,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
+#include "catalogue/catalogue.h"
+#include "match/match_parameter.h"
 #include "objects/message.h"
 
 namespace TmxPLC {
@@ -48,11 +51,9 @@ class EventFieldWriter {
   public:
     /// Clears the record, but for its size and its last reserved field, and takes complete to be
     /// true.
-    EventFieldWriter(const CTmxMessage& object, std::uint32_t code, EventDataRecord& record,
-                     bool& complete) noexcept;
+    EventFieldWriter(const CTmxMessage& object, EventDataRecord& record, bool& complete) noexcept;
     /// The same, for an action; its properties may make it incomplete.
-    EventFieldWriter(const CTmxAction& action, std::uint32_t code, EventDataRecord& record,
-                     bool& complete) noexcept;
+    EventFieldWriter(const CTmxAction& action, EventDataRecord& record, bool& complete) noexcept;
 
     /// Raise std::bad_alloc where the thread has no scratch, and what a conversion raises.
     void Put(const std::int32_t* value);
@@ -83,6 +84,41 @@ class EventFieldWriter {
     const bool compact_;
 };
 
+/// The slots that one parameter takes, as far as its type has them. Null: the slot has no value, or
+/// there is none left.
+struct EventFieldSlots {
+    const std::int64_t* id = nullptr;    // of a reference; the value of a 64-bit type
+    const std::int64_t* high = nullptr;  // the second half of a GUID, of which id is the first
+    std::optional<std::int32_t> number{};
+    const double* real = nullptr;
+    const TmxDateTime* date = nullptr;
+    TmxEventText text{};
+
+    bool HasText() const noexcept { return text.text != nullptr; }
+    /// A name is empty where there is none.
+    WideView Text() const noexcept { return {text.text, HasText() ? text.length : 0}; }
+    bool HasGuid() const noexcept { return id != nullptr && high != nullptr; }
+    /// Half by half; a half without a slot is zero.
+    TmxGuid Guid() const noexcept;
+};
+
+/// Reads the slots of a record, parameter by parameter in catalogue order.
+class EventFieldReader {
+  public:
+    explicit EventFieldReader(const EventDataRecord& record) noexcept : record_(record) {}
+
+    EventFieldSlots Take(const ParameterRecord& parameter) noexcept;
+
+  private:
+    const std::int64_t* TakeInt64() noexcept;
+    std::optional<std::int32_t> TakeInt32() noexcept;
+    TmxEventText TakeText() noexcept;
+    bool BorrowsText() const noexcept;
+
+    const EventDataRecord& record_;
+    EventFieldCursor cursor_;
+};
+
 /// The value of a parameter that may be absent; null where it is.
 template <class T>
 const T* Given(const T& parameter) noexcept {
@@ -91,6 +127,10 @@ const T* Given(const T& parameter) noexcept {
 template <class T>
 const T* Given(const Optional<T>& parameter) noexcept {
     return parameter.present ? &parameter.value : nullptr;
+}
+template <class T>
+const T* Given(const MatchParam<T>& parameter) noexcept {
+    return parameter.IsSet ? &parameter.Value : nullptr;
 }
 
 }  // namespace TmxPLC

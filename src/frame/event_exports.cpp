@@ -2,7 +2,10 @@
 #include <tmxactions/functions.h>
 
 #include "event/action_info.h"
+#include "event/event_description.h"
+#include "event/event_restore.h"
 #include "frame/call.h"
+#include "match/match_action.h"
 #include "zinc/exceptions.h"
 
 using namespace TmxPLC;
@@ -26,6 +29,24 @@ bool GetEventData(const Object& object, TmxEventDataRecord& record, bool& comple
 
 bool TmxAct_GetActionEventData(TmxHandle handle, TmxEventDataRecord* record, bool* complete) {
     return GetEventData(Action(handle), *record, *complete);
+}
+
+bool TmxMatchAct_GetActionEventData(TmxHandle handle, TmxEventDataRecord* record, bool* complete) {
+    return GetEventData(static_cast<const CTmxMatchAction&>(Frame::Message(handle)), *record,
+                        *complete);
+}
+
+TmxHandle TmxAct_RestoreActionFromEventData(const TmxEventDataRecord* record) {
+    return Frame::Call([&] { return Frame::Handle(RestoreAction(*record)); });
+}
+
+TmxHandle TmxMatchAct_RestoreActionFromEventData(const TmxEventDataRecord* record) {
+    return Frame::Call([&] { return Frame::Handle(RestoreMatchAction(*record)); });
+}
+
+bool TmxAct_GetActionEventDescription(const TmxEventDataRecord* record, void* context,
+                                      TmxEventDescriptionCallback callback, bool* complete) {
+    return Frame::Run([&] { DescribeEvent(*record, context, callback, *complete); });
 }
 
 bool TmxAct_UpdateActionInfo(TmxHandle handle, void* context,
