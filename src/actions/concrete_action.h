@@ -62,8 +62,9 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
   public:
     using typename Message::Facts;
 
-    // An action with reference count 1 and nothing in it; null where there is no memory for it.
     using Message::Make;
+
+    std::uint32_t Release() noexcept final { return this->ReleaseFrom(Self()); }
 
     bool Equal(const CTmxAction& other) const final {
         if (other.code != Facts::kCode) return false;
@@ -133,7 +134,7 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
     /// there is no memory for the object.
     template <class... Flat>
     static Action* FromFlat(const Flat&... arguments) {
-        MessageGuard<Action> made(Message::Make());
+        MessageGuard<Action> made(new (std::nothrow) Action);
         if (made.Get() != nullptr)
             SetAllFromFlat(*made.Get(), typename Facts::Fields{}, arguments...);
         return made.Release();

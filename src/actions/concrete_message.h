@@ -14,6 +14,7 @@
 #include "catalogue/catalogue.h"
 #include "match/match_action.h"
 #include "objects/message_guard.h"
+#include "objects/reserve.h"
 #include "text/parameter_text.h"
 
 namespace TmxPLC {
@@ -28,7 +29,6 @@ class ConcreteMessage : public Base {
     /// The class's descriptor; RegisterMessage fills it at load.
     inline static constinit Descriptor descriptor{};
 
-    std::uint32_t Release() noexcept final { return this->ReleaseFrom(Self()); }
     const Descriptor& GetInfo() const noexcept final { return descriptor; }
 
     CTmxMessage* Clone() const final { return new (std::nothrow) Class(Self()); }
@@ -38,9 +38,9 @@ class ConcreteMessage : public Base {
 
     bool StoreToBin(BinOutput& output) const final {
         BinOutput stored = StoreHeader(output, descriptor);
-        ForEachParameter(Self(), [&](std::uint32_t, const auto& parameter, const Name&) {
-            stored = StoreValue(stored, parameter);
-        });
+        if constexpr (kIsTemplate) stored = StoreValue(stored, this->Description());
+        ForEachField<Class>(
+            [&]<class Field>(const Name&) { stored = StoreValue(stored, Field::In(Self())); });
         output = stored;
         return output.remaining >= 0;
     }
@@ -63,58 +63,58 @@ class ConcreteMessage : public Base {
     Class& Self() noexcept { return static_cast<Class&>(*this); }
     const Class& Self() const noexcept { return static_cast<const Class&>(*this); }
 
-    static Class* Make() noexcept { return new (std::nothrow) Class; }
+    /// A message with reference count 1 and nothing in it; null where there is no memory for it.
+    static Class* Make() noexcept { return MakeAt(::operator new(sizeof(Class), std::nothrow)); }
 
   private:
-    // Calls visit(type, parameter, name) for all that a message holds, in its order.
-    template <class Object, class Visit>
-    static void ForEachParameter(Object& object, Visit&& visit) {
-        if constexpr (kIsTemplate) visit(ParamWideText, object.description, kDescriptionName);
-        ForEachField<Class>(
-            [&]<class Field>(const Name& name) { visit(Field::kType, Field::In(object), name); });
+    [[gnu::noinline]] static Class* MakeAt(void* memory) noexcept {
+        return memory != nullptr ? ::new (memory) Class : nullptr;
     }
 
     template <class Stream>
     static CTmxMessage* CreateFrom(Stream& stream) {
-        MessageGuard<Class> made(Make());
-        if (made.Get() == nullptr) return ReadWithoutMemory(stream);
-        return made.Get()->Read(stream) ? made.Release() : nullptr;
-    }
-    template <class Stream>
-    [[gnu::noinline]] static CTmxMessage* ReadWithoutMemory(Stream& stream) {
-        // What the caller is told of the place is the same as with an object.
-        Class passing;
-        passing.Read(stream);
-        return nullptr;
+        static_assert(sizeof(Class) <= Reserve::kSize);
+        Class* message = Make();
+        if (message == nullptr) [[unlikely]]
+            message = MakeAt(Reserve::Take());
+        MessageGuard<Class> made(message);
+        return message->Read(stream) && !Reserve::Holds(message) ? made.Release() : nullptr;
     }
 
     template <typename Char>
     bool Read(TextScanner<Char>& scanner) {
-        scanner.ScanOpenParen();
-        ForEachParameter(Self(), [&](std::uint32_t, auto& parameter, const Name& name) {
-            ReadParameter(scanner, parameter, name);
+        if constexpr (kIsTemplate)
+            ReadTemplateStart(scanner, Self());
+        else
+            scanner.ScanOpenParen();
+        ForEachField<Class>([&]<class Field>(const Name& name) {
+            ReadParameter(scanner, Field::In(Self()), name);
         });
+        if constexpr (kIsTemplate) return ReadTemplateEnd(scanner);
         scanner.ScanCloseParen();
         return scanner.Healthy();
     }
     bool Read(BinInput& input) {
-        ForEachParameter(Self(), [&](std::uint32_t, auto& parameter, const Name&) {
-            LoadValue(input, parameter);
-        });
+        if constexpr (kIsTemplate) LoadDescription(input, Self());
+        ForEachField<Class>([&]<class Field>(const Name&) { LoadValue(input, Field::In(Self())); });
         return input.failure == 0;
     }
 
     template <typename Char>
     bool StoreToText(TextWriter<Char>& writer) const {
-        writer.WriteName(descriptor, Facts::kName);
+        if constexpr (kIsTemplate)
+            WriteTemplateStart(writer, descriptor, Facts::kName, *this);
+        else
+            writer.WriteName(descriptor, Facts::kName);
         if (writer.DisplayMode)
-            ForEachParameter(Self(), [&](std::uint32_t type, const auto& parameter, const Name&) {
-                DisplayParameter(writer, type, parameter);
+            ForEachField<Class>([&]<class Field>(const Name&) {
+                DisplayParameter(writer, Field::kType, Field::In(Self()));
             });
         else
-            ForEachParameter(Self(), [&](std::uint32_t, const auto& parameter, const Name& name) {
-                WriteParameter(writer, parameter, name);
+            ForEachField<Class>([&]<class Field>(const Name& name) {
+                WriteParameter(writer, Field::In(Self()), name);
             });
+        if constexpr (kIsTemplate) return WriteTemplateEnd(writer);
         return writer.WriteEnd();
     }
 };

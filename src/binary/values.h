@@ -3,7 +3,7 @@
 #pragma once
 
 #include "binary/stream.h"
-#include "match/match_parameter.h"
+#include "match/match_action.h"
 
 namespace TmxPLC {
 
@@ -104,6 +104,11 @@ template <typename T>
 template <typename T>
 [[gnu::noinline]] void LoadValue(BinInput& input, MatchParam<T>& pair) {
     LoadIfPresent(input, pair.IsSet, pair.Value);
+}
+inline void LoadDescription(BinInput& input, CTmxMatchAction& message) {
+    MatchParam<WideText> description;
+    LoadValue(input, description);
+    if (description.IsSet) message.SetDescription(std::move(description.Value));
 }
 
 }  // namespace TmxPLC

@@ -26,25 +26,25 @@ bool TmxMatchAct_Matches(TmxHandle handle, TmxHandle action, bool* matches) {
 
 bool TmxMatchAct_SetDescriptionW(TmxHandle handle, const TmxWChar* text) {
     return Frame::Run([&] {
-        if (text != nullptr)
-            Template(handle).SetDescription(text);
-        else
-            Template(handle).ClearDescription();
+        if (text == nullptr) return Template(handle).ClearDescription();
+        WideText description;
+        description.AssignTerminated(text);
+        Template(handle).SetDescription(std::move(description));
     });
 }
 
 bool TmxMatchAct_SetDescriptionA(TmxHandle handle, const char* text) {
     return Frame::Run([&] {
-        if (text != nullptr)
-            Template(handle).SetDescription(Zinc::AnsiToWide(text));
-        else
-            Template(handle).ClearDescription();
+        if (text == nullptr) return Template(handle).ClearDescription();
+        WideText description;
+        description.Assign(Zinc::AnsiToWide(text));
+        Template(handle).SetDescription(std::move(description));
     });
 }
 
 bool TmxMatchAct_GetDescriptionW(TmxHandle handle, const TmxWChar** text) {
     return Frame::Run([&] {
-        const auto& description = Template(handle).description;
+        const auto& description = Template(handle).Description();
         *text = description.IsSet ? description.Value.c_str() : TMX_WIDE("");
     });
 }
@@ -52,17 +52,12 @@ bool TmxMatchAct_GetDescriptionW(TmxHandle handle, const TmxWChar** text) {
 bool TmxMatchAct_GetDescriptionA(TmxHandle handle, const char** text) {
     return Frame::Run([&] {
         CTmxMatchAction& object = Template(handle);
-        if (!object.description.IsSet) {
-            *text = "";
-            return;
-        }
-        object.descriptionA = Zinc::WideToAnsi(object.description.Value.view());
-        *text = object.descriptionA.c_str();
+        *text = object.Description().IsSet ? object.NarrowDescription().c_str() : "";
     });
 }
 
 bool TmxMatchAct_HasDescription(TmxHandle handle, bool* has) {
-    return Frame::Run([&] { *has = Template(handle).description.IsSet; });
+    return Frame::Run([&] { *has = Template(handle).Description().IsSet; });
 }
 
 // What a template tells of its action it tells as the action does.

@@ -1,8 +1,8 @@
 // The base of all templates.
 #pragma once
 
+#include <memory>
 #include <string>
-#include <utility>
 
 #include "match/match_parameter.h"
 #include "objects/message.h"
@@ -31,27 +31,30 @@ class CTmxMatchAction : public CTmxMessage {
     /// description isn't represented.
     virtual void GetEventData(TmxEventDataRecord& record, bool& complete) const = 0;
 
-    /// The text may be this description itself, or a part of it.
-    void SetDescription(WideView text) {
-        WideText copy;
-        copy.Assign(text);
-        description.Value = std::move(copy);
-        description.IsSet = true;
-    }
+    /// The description; it may keep a text while it isn't set.
+    const MatchParam<WideText>& Description() const noexcept;
+    void SetDescription(WideText text);
     /// The text stays behind, unseen; a copy of the object takes it along.
-    void ClearDescription() noexcept { description.IsSet = false; }
-
-    MatchParam<WideText> description;
-    /// The description in the ANSI code page, made when it is asked for; no part of the value.
-    std::string descriptionA;
+    void ClearDescription() noexcept;
+    /// The description in the ANSI code page, made anew; it lives until the next call. Only while
+    /// there is one. Not for two threads at a time.
+    const std::string& NarrowDescription();
 
   protected:
     explicit CTmxMatchAction(std::uint32_t actionCode) noexcept : CTmxMessage(actionCode) {}
-    CTmxMatchAction(const CTmxMatchAction& other)
-        : CTmxMessage(other), description(other.description) {}
+    CTmxMatchAction(const CTmxMatchAction& other);
+    TMX_FORCE_INLINE ~CTmxMatchAction() override {}
 
     /// The action is one of this template's code.
     virtual bool AllSetAgree(const CTmxAction& action) const = 0;
+
+  private:
+    // Most templates have none, so that it is made with the first.
+    struct DescriptionRecord;
+    struct Drop {
+        void operator()(DescriptionRecord* record) const noexcept;
+    };
+    std::unique_ptr<DescriptionRecord, Drop> description_;
 };
 
 }  // namespace TmxPLC

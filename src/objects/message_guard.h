@@ -3,9 +3,11 @@
 
 #include <utility>
 
+#include "objects/reserve.h"
+
 namespace TmxPLC {
 
-/// Releases the message at the end of its scope, unless it was handed on. The message may be null.
+/// Discards the message at the end of its scope, unless it was handed on. The message may be null.
 template <class Class>
 class MessageGuard {
   public:
@@ -13,7 +15,7 @@ class MessageGuard {
     MessageGuard(const MessageGuard&) = delete;
     MessageGuard& operator=(const MessageGuard&) = delete;
     ~MessageGuard() {
-        if (message_ != nullptr) message_->Release();
+        if (message_ != nullptr) Reserve::Discard(message_);
     }
     Class* Get() const noexcept { return message_; }
     Class* Release() noexcept { return std::exchange(message_, nullptr); }

@@ -3,7 +3,7 @@
 // out where it has no value.
 #pragma once
 
-#include "match/match_parameter.h"
+#include "match/match_action.h"
 #include "text/value_reader.h"
 #include "text/value_writer.h"
 
@@ -72,15 +72,40 @@ template <typename Char, class T>
 template <typename Char, class T>
 [[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
                                         const MatchParam<T>& pair) {
-    // A template's index starts at -2. What is met there is the description, which is not for
-    // display.
-    if (!pair.IsSet || writer.ParamIndex < -1) return writer.PassAbsent();
+    if (!pair.IsSet) return writer.PassAbsent();
     WriteDisplay(writer, type, pair.Value);
 }
 template <typename Char, class T>
 [[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, MatchParam<T>& pair,
                                      const Name& name) {
     ReadNamed(scanner, pair.IsSet, pair.Value, name);
+}
+
+/// What stands ahead of the parameters: the name, and the description, which is not for display. A
+/// template's index begins one lower, so that the description's is -1.
+template <typename Char>
+[[gnu::noinline]] void WriteTemplateStart(TextWriter<Char>& writer, const Descriptor& descriptor,
+                                          const Name& name, const CTmxMatchAction& message) {
+    writer.WriteName(descriptor, name);
+    if (writer.DisplayMode) return writer.PassAbsent();
+    WriteParameter(writer, message.Description(), kDescriptionName);
+}
+template <typename Char>
+[[gnu::noinline]] bool WriteTemplateEnd(TextWriter<Char>& writer) {
+    return writer.WriteEnd();
+}
+
+template <typename Char>
+[[gnu::noinline]] void ReadTemplateStart(TextScanner<Char>& scanner, CTmxMatchAction& message) {
+    scanner.ScanOpenParen();
+    MatchParam<WideText> description;
+    ReadParameter(scanner, description, kDescriptionName);
+    if (description.IsSet) message.SetDescription(std::move(description.Value));
+}
+template <typename Char>
+[[gnu::noinline]] bool ReadTemplateEnd(TextScanner<Char>& scanner) {
+    scanner.ScanCloseParen();
+    return scanner.Healthy();
 }
 
 }  // namespace TmxPLC
