@@ -105,30 +105,7 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
         return number != nullptr ? *number : 0;
     }
 
-    bool UpdateWindowsClientInfo(const WideChar* host, std::int32_t type,
-                                 const WideChar* account) final {
-        if constexpr (ClientInfo::kPresent<Action>) {
-            using Client = ClientInfo::Parameters<Action>;
-            ClientInfo::Set(Client::Host::In(Self()), host);
-            ClientInfo::Set(Client::Type::In(Self()), type);
-            ClientInfo::Set(Client::Account::In(Self()), account);
-            return true;
-        } else {
-            return CTmxAction::UpdateWindowsClientInfo(host, type, account);
-        }
-    }
-    bool GetWindowsClientInfo(const WideChar*& host, const std::int32_t*& type,
-                              const WideChar*& account) const noexcept final {
-        if constexpr (ClientInfo::kPresent<Action>) {
-            using Client = ClientInfo::Parameters<Action>;
-            host = ClientInfo::Get(Client::Host::In(Self()));
-            type = ClientInfo::Get(Client::Type::In(Self()));
-            account = ClientInfo::Get(Client::Account::In(Self()));
-            return true;
-        } else {
-            return CTmxAction::GetWindowsClientInfo(host, type, account);
-        }
-    }
+    ClientParameters GetClientParameters() noexcept final { return FindClientParameters(Self()); }
 
     /// A new object from the flat arguments of the first parameters; the rest is absent. Null where
     /// there is no memory for the object.

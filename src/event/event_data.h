@@ -120,11 +120,7 @@ class EventFieldReader {
     EventFieldCursor cursor_;
 };
 
-/// The value of a parameter that may be absent; null where it is.
-template <class T>
-const T* Given(const T& parameter) noexcept {
-    return &parameter;
-}
+/// The value of a parameter that may be absent, or open in a template; null where it is.
 template <class T>
 const T* Given(const Optional<T>& parameter) noexcept {
     return parameter.present ? &parameter.value : nullptr;
@@ -133,5 +129,9 @@ template <class T>
 const T* Given(const MatchParam<T>& parameter) noexcept {
     return parameter.IsSet ? &parameter.Value : nullptr;
 }
+template <class Parameter>
+inline constexpr bool kCanBeAbsent = requires(const Parameter& parameter) {
+    Given(parameter);
+};
 
 }  // namespace TmxPLC

@@ -11,12 +11,6 @@ ObjectRef* CTmxAction::GetInputContact() noexcept { return nullptr; }
 ObjectRef* CTmxAction::GetOutputContact() noexcept { return nullptr; }
 std::int64_t* CTmxAction::GetForeignKey() noexcept { return nullptr; }
 std::int32_t CTmxAction::GetGenericInt32Parameter() const noexcept { return 0; }
-bool CTmxAction::UpdateWindowsClientInfo(const WideChar*, std::int32_t, const WideChar*) {
-    return false;
-}
-bool CTmxAction::GetWindowsClientInfo(const WideChar*&, const std::int32_t*&,
-                                      const WideChar*&) const noexcept {
-    return false;
-}
+ClientParameters CTmxAction::GetClientParameters() noexcept { return {}; }
 
 }  // namespace TmxPLC

@@ -45,6 +45,13 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
     CTmxMessage(const CTmxMessage& other) noexcept : CTmxMessage(other.code) {}
 };
 
+/// The client that sent an action, as some actions tell it.
+struct ClientParameters {
+    Optional<WideText>* host = nullptr;
+    Optional<std::int32_t>* type = nullptr;
+    Optional<WideText>* account = nullptr;
+};
+
 /// The base of all actions. The accessors by role give the parameter that plays the role inside the
 /// object, null where there is none or where it is absent.
 class CTmxAction : public CTmxMessage {
@@ -65,12 +72,8 @@ class CTmxAction : public CTmxMessage {
     virtual ObjectRef* GetOutputContact() noexcept;
     virtual std::int64_t* GetForeignKey() noexcept;
     virtual std::int32_t GetGenericInt32Parameter() const noexcept;
-    /// The client of an action that knows one. A null text and a type of 0 are not taken over; what
-    /// is absent is given as null. False, and nothing done: the action knows no client.
-    virtual bool UpdateWindowsClientInfo(const WideChar* host, std::int32_t type,
-                                         const WideChar* account);
-    virtual bool GetWindowsClientInfo(const WideChar*& host, const std::int32_t*& type,
-                                      const WideChar*& account) const noexcept;
+    /// The parameters that tell the client of the action; null in an action that knows none.
+    virtual ClientParameters GetClientParameters() noexcept;
 
     Properties properties;
 
