@@ -406,6 +406,112 @@ TMXACT_API bool TmxAct_GetProperty(TmxHandle handle, const TmxWChar* name, const
  * Returns: true; false where memory runs out. */
 TMXACT_API bool TmxAct_GetProperties(TmxHandle handle, const TmxWChar** text);
 
+/* ---- Event records -------------------------------------------------------------------------- */
+/*
+ * An event record has a fixed set of typed fields, whatever the action: four 32-bit and four 64-bit
+ * integers, two doubles, two date-times, two texts. Parameters take them in catalogue order: a
+ * number, an enumeration value or a bool a 32-bit field; a 64-bit integer or a rectangle a 64-bit
+ * one, a GUID two; a double, a date-time or a text one of its kind; a reference its id (or GUID), a
+ * number where it has one, and its name. From the fifth on 32-bit values go into the 64-bit fields
+ * that are left. An absent optional parameter passes its fields over, so that a field's meaning
+ * hangs on its place alone. Data sets are not represented, nor is User2 of the actions that have
+ * it.
+ */
+
+/* Spreads an action over an event record.
+ * record: size must be set. All fields are filled or cleared, the binary ones cleared in any case;
+ *     untouched stays. What the record points at lies in the object and stays while that lives
+ *     unchanged, but for 32-bit values in 64-bit fields and narrow texts: they lie in room of the
+ *     calling thread's own, and stay until the thread fills its next record, or ends.
+ * complete: out, false where the fields alone can't give the action back: a value found no field
+ *     left, the action has a User2, or it has the property "store-properties". The caller then
+ *     stores the action with TmxAct_StoreToBinBuffer and puts buffer and size into the record.
+ * With TMX_MESSAGE_FLAG_COMPACT_EVENT_DATA references pass their id and, where they have a number,
+ * their name over. A generic action leaves record and complete as they are.
+ * Returns: true; false where the size is wrong ("Wrong structure size", nothing is touched), and
+ * where memory runs out for a value in the thread's own room or a narrow text can't be converted
+ * (the record is then of no use). */
+TMXACT_API bool TmxAct_GetActionEventData(TmxHandle handle, TmxEventDataRecord* record,
+                                          bool* complete);
+
+/* The same for a match action: a parameter that is open passes its fields over as an absent one
+ * does. The description isn't represented. */
+TMXACT_API bool TmxMatchAct_GetActionEventData(TmxHandle handle, TmxEventDataRecord* record,
+                                               bool* complete);
+
+/* Makes an action from an event record: from the stored action, where binarySize and binary are not
+ * zero and the bytes can be read, else from the fields. From the fields a parameter without a value
+ * is absent, or of the zero of its type where it is required (a date-time is then the present); a
+ * reference without a name counts as one without a value, so that a record of the compact form
+ * gives empty references. Fields whose values together take more than 240 bytes (see
+ * TmxMatchAct_RestoreActionFromEventData) give an action that has lost most of them: store such
+ * actions as bytes.
+ * record: size is not looked at. Texts need no terminator.
+ * Returns: a new handle that the caller closes; null without a recorded failure where the fields
+ * are of an unknown code, or where there is no memory for an object; null with one where memory
+ * runs out for a text or a text can't be converted. */
+TMXACT_API TmxHandle TmxAct_RestoreActionFromEventData(const TmxEventDataRecord* record);
+
+/* The same for a match action. From a stored action it is the one that
+ * TmxAct_CreateMatchActionFromTemplate makes of it. From the fields a parameter without a value is
+ * open. The fields are put together in the binary form of a match action, in 240 bytes; where these
+ * don't suffice, once more in as many as are wanted (65535 at the most, else the answer is null),
+ * but from the fields that are left, so that most parameters come out open. */
+TMXACT_API TmxHandle TmxMatchAct_RestoreActionFromEventData(const TmxEventDataRecord* record);
+
+/* Describes an event record for people.
+ * record: size is not looked at. The values are those of the stored action, where binarySize and
+ *     binary are not zero and the bytes can be read, else of the fields. Parameters and names are
+ *     those of the action of the record's code; a record of code 0 or of an unknown code shows the
+ *     fields of TmxAct_EnumerateEventFields. The plain names are those that the native-translation
+ *     flag selects.
+ * callback: called with context, an index from 0, the plain name and the text of each value that is
+ *     there; at last with TMX_EVENT_DESCRIPTION_INDEX, the action's plain name and the whole line:
+ *     "CameraOn; Camera: Gate (3)" (from a stored action "CameraOn; Camera: 3 - Gate"). An unknown
+ *     code stands in the line behind the name, in parentheses. A callback in C++ may throw; the
+ *     call then ends with a recorded failure.
+ * context: handed on as it is.
+ * complete: out, true.
+ * Returns: true; false ("buffer too small") where a stored action takes more room than twice its
+ *     bytes, or than 10000 bytes, as a match action; false where a date-time has no calendar date,
+ *     where a text can't be converted, and where memory runs out. Callbacks may have run before. */
+TMXACT_API bool TmxAct_GetActionEventDescription(const TmxEventDataRecord* record, void* context,
+                                                 TmxEventDescriptionCallback callback,
+                                                 bool* complete);
+
+/* Completes the references of an action: hands each to the function of its role, and takes over
+ * what that writes. In this order, as far as the action has them: a parameter set of a channel
+ * together with the channel (an unset id of which is first looked for with resolveVideoInput, on a
+ * copy); the video input, the video output, the input and the output contact; the event type or
+ * resource; the schedule, destination or time range. Nothing is done for an action with
+ * TMX_MESSAGE_FLAG_COMPLETE, nor where version is 0 or above 100.
+ * context: handed on as it is.
+ * ok: out, false where a function returned false, but for the search on the copy.
+ * Returns: true; false where memory runs out for a name (ok is then untouched). */
+TMXACT_API bool TmxAct_UpdateActionInfo(TmxHandle handle, void* context,
+                                        const TmxActionInfoCallbacks* callbacks, bool* ok);
+
+/* Tells the client of an action that has the parameters ClientHost, ClientType and ClientAccount.
+ * host, type, account: out, pointers into the object that live as long as the object and the
+ *     parameter; null where the parameter is absent.
+ * Returns: true; false without a recorded failure, and with all out arguments untouched, where the
+ * action has no such parameters. */
+TMXACT_API bool TmxAct_GetWindowsClientInfo(TmxHandle handle, const TmxWChar** host,
+                                            const int32_t** type, const TmxWChar** account);
+
+/* Sets the client of such an action. A null text and a type of 0 leave their parameter as it is, so
+ * that nothing can be cleared.
+ * Returns: true; false without a recorded failure where the action has no such parameters; false
+ * with one where memory runs out for a text. */
+TMXACT_API bool TmxAct_UpdateWindowsClientInfo(TmxHandle handle, const TmxWChar* host, int32_t type,
+                                               const TmxWChar* account);
+
+/* Does nothing. Returns: true. */
+TMXACT_API bool TmxAct_UpdateActionSource(void);
+
+/* Does nothing, and leaves the thread's last error as it is: it is not framed. Returns: false. */
+TMXACT_API bool TmxAct_UpdateTimeRangeChanged(void);
+
 #ifdef __cplusplus
 }
 #endif

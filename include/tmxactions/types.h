@@ -229,6 +229,54 @@ typedef struct TmxEnumValueInfo {
     uint64_t reserved; /* left untouched */
 } TmxEnumValueInfo;
 
+/* One text of an event record. */
+typedef struct TmxEventText {
+    uint64_t length;      /* in 16-bit units, without a terminator; 0 where text is null */
+    const TmxWChar* text; /* null: the field has no value */
+} TmxEventText;
+
+/* An action (or a match action) spread over the generic columns of an event, see
+ * TmxAct_GetActionEventData. The fields are those of TmxAct_EnumerateEventFields. A null pointer is
+ * a field without a value. The record owns nothing. */
+typedef struct TmxEventDataRecord {
+    uint32_t size;                    /* set by the caller: sizeof(TmxEventDataRecord) */
+    uint32_t code;                    /* TmxActionCode; 0 in a record without an action */
+    uint64_t reserved[2];             /* cleared by filling, read by nothing */
+    uint64_t untouched;               /* neither cleared nor read */
+    const int32_t* int32Fields[4];    /* Int32FieldA to D */
+    const int64_t* int64Fields[4];    /* Int64FieldA to D */
+    const double* doubleFields[2];    /* DoubleFieldA and B */
+    const TmxDateTime* dateFields[2]; /* DateFieldA and B */
+    TmxEventText textFields[2];       /* StringFieldA and B */
+    uint64_t binarySize;              /* bytes; the low 32 bits count, but 0 in all 64 is none */
+    const uint8_t* binary;            /* the action as TmxAct_StoreToBinBuffer writes it, or null */
+} TmxEventDataRecord;
+
+/* Takes one value of a described event record, see TmxAct_GetActionEventDescription. The texts live
+ * until it returns. */
+typedef void (*TmxEventDescriptionCallback)(void* context, uint32_t index, const TmxWChar* name,
+                                            const TmxWChar* value);
+/* The index of the last call, which brings the whole description. */
+#define TMX_EVENT_DESCRIPTION_INDEX 0xffffffffu
+
+/* What completes the references of an action, see TmxAct_UpdateActionInfo. The walk reads version
+ * anew before each of its stages: a function that sets it to 0 ends the walk there. A function
+ * returns true where it has handled the reference. It may change the id (or the GUID) and the
+ * number, and may point name at a text of its own, which needs to live until it returns: the text
+ * is then copied, null as the empty text. Where it returns false the name stays what it was. No
+ * function may be null. */
+typedef struct TmxActionInfoCallbacks {
+    uint32_t version; /* 1 to 100 */
+    bool (*resolveVideoInput)(void* context, TmxObjectRef* reference);
+    bool (*resolveVideoOutput)(void* context, TmxObjectRef* reference);
+    bool (*resolveInputContact)(void* context, TmxObjectRef* reference);
+    bool (*resolveOutputContact)(void* context, TmxObjectRef* reference);
+    bool (*resolveNamedId)(void* context, TmxObjectRef* reference);
+    bool (*resolveGuidReference)(void* context, uint32_t kind, TmxGuidRef* reference);
+    bool (*resolveChannelGuidReference)(void* context, uint32_t kind, TmxGuidRef* reference,
+                                        TmxObjectRef* channel);
+} TmxActionInfoCallbacks;
+
 #if defined(__cplusplus)
 #define TMX_LAYOUT(condition, name) static_assert(condition, #name)
 #elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
@@ -287,6 +335,35 @@ TMX_LAYOUT(offsetof(TmxEnumValueInfo, plainName) == 24, enum_value_info_plain_na
 TMX_LAYOUT(offsetof(TmxEnumValueInfo, plainNameU8) == 32, enum_value_info_plain_name_u8);
 TMX_LAYOUT(offsetof(TmxEnumValueInfo, plainNameW) == 40, enum_value_info_plain_name_w);
 TMX_LAYOUT(offsetof(TmxEnumValueInfo, reserved) == 48, enum_value_info_reserved);
+TMX_LAYOUT(sizeof(TmxEventText) == 16, event_text_size);
+TMX_LAYOUT(offsetof(TmxEventText, text) == 8, event_text_text);
+TMX_LAYOUT(sizeof(TmxEventDataRecord) == 176, event_data_record_size);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, size) == 0, event_data_record_size_field);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, code) == 4, event_data_record_code);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, reserved) == 8, event_data_record_reserved);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, untouched) == 24, event_data_record_untouched);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, int32Fields) == 32, event_data_record_int32_fields);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, int64Fields) == 64, event_data_record_int64_fields);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, doubleFields) == 96, event_data_record_double_fields);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, dateFields) == 112, event_data_record_date_fields);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, textFields) == 128, event_data_record_text_fields);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, binarySize) == 160, event_data_record_binary_size);
+TMX_LAYOUT(offsetof(TmxEventDataRecord, binary) == 168, event_data_record_binary);
+TMX_LAYOUT(sizeof(TmxActionInfoCallbacks) == 64, action_info_callbacks_size);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, version) == 0, action_info_callbacks_version);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveVideoInput) == 8,
+           action_info_callbacks_video_input);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveVideoOutput) == 16,
+           action_info_callbacks_video_output);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveInputContact) == 24,
+           action_info_callbacks_input_contact);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveOutputContact) == 32,
+           action_info_callbacks_output_contact);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveNamedId) == 40, action_info_callbacks_named_id);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveGuidReference) == 48,
+           action_info_callbacks_guid_reference);
+TMX_LAYOUT(offsetof(TmxActionInfoCallbacks, resolveChannelGuidReference) == 56,
+           action_info_callbacks_channel_guid_reference);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,7 @@
 // The rule that turns a row of the catalogue into an action class.
 #pragma once
 
+#include "actions/client_info.h"
 #include "actions/concrete_message.h"
 #include "actions/routing.h"
 #include "match/agreement.h"
@@ -106,6 +107,8 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
     }
 
     CTmxMatchAction* CreateMatchAction() const final { return Facts::Template::From(Self()); }
+
+    ClientParameters GetClientParameters() noexcept final { return FindClientParameters(Self()); }
 
     /// A new object from the flat arguments of the first parameters; the rest is absent. Null where
     /// there is no memory for the object.

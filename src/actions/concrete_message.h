@@ -5,34 +5,18 @@
 
 #include <new>
 #include <type_traits>
-#include <utility>
 
+#include "actions/event_fields.h"
 #include "actions/fields.h"
 #include "binary/action_binary.h"
 #include "binary/values.h"
 #include "catalogue/catalogue.h"
 #include "match/match_action.h"
+#include "objects/message_guard.h"
 #include "objects/reserve.h"
 #include "text/parameter_text.h"
 
 namespace TmxPLC {
-
-/// Lets go of an object that can't be finished.
-template <class Class>
-class MessageGuard {
-  public:
-    explicit MessageGuard(Class* message) noexcept : message_(message) {}
-    MessageGuard(const MessageGuard&) = delete;
-    MessageGuard& operator=(const MessageGuard&) = delete;
-    ~MessageGuard() {
-        if (message_ != nullptr) Reserve::Discard(message_);
-    }
-    Class* Get() const noexcept { return message_; }
-    Class* Release() noexcept { return std::exchange(message_, nullptr); }
-
-  private:
-    Class* message_;
-};
 
 /// Base is CTmxAction or CTmxMatchAction. What depends on the kind of message stands in the class:
 /// Store(TextWriter&) and Store(BinOutput), and Read for each of the three streams, which tells
@@ -55,6 +39,11 @@ class ConcreteMessage : public Base {
     bool StoreToBin(BinOutput& output) const final {
         output = Self().Store(StoreHeader(output, descriptor));
         return output.remaining >= 0;
+    }
+
+    void GetEventData(TmxEventDataRecord& record, bool& complete) const final {
+        EventFieldWriter writer(Self(), record, complete);
+        FeedEventFields(writer, Self());
     }
 
     /// The creators of the descriptor.

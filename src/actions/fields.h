@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 #include "catalogue/name.h"
@@ -45,10 +46,22 @@ template <class Action, class Visit, class... Fields, std::size_t... Index>
 constexpr void ForEachField(FieldList<Fields...>, std::index_sequence<Index...>, Visit&& visit) {
     (visit.template operator()<Fields>(ActionFacts<Action>::kNames[Index]), ...);
 }
+template <class Visit, class... Fields, std::size_t... Index>
+constexpr void ForEachPlace(FieldList<Fields...>, std::index_sequence<Index...>, Visit&& visit) {
+    (visit.template operator()<Fields, Index>(), ...);
+}
 template <class Action, class Visit, class... Fields>
 constexpr bool AllFields(FieldList<Fields...>, Visit&& visit) {
     return (visit.template operator()<Fields>() && ...);
 }
+template <std::size_t Index, class List>
+struct At;
+template <std::size_t Index, class Field, class... Rest>
+struct At<Index, FieldList<Field, Rest...>> : At<Index - 1, FieldList<Rest...>> {};
+template <class Field, class... Rest>
+struct At<0, FieldList<Field, Rest...>> {
+    using Type = Field;
+};
 template <class Visit, class... Lefts, class... Rights>
 constexpr void ForEachPair(FieldList<Lefts...>, FieldList<Rights...>, Visit&& visit) {
     (visit.template operator()<Lefts, Rights>(), ...);
@@ -78,6 +91,13 @@ constexpr void ForEachField(Visit&& visit) {
     Detail::ForEachField<Action>(List{}, std::make_index_sequence<List::kCount>{}, visit);
 }
 
+/// Calls visit.operator()<Field, place>() for each parameter of an action, in order.
+template <class Action, class Visit>
+constexpr void ForEachPlace(Visit&& visit) {
+    using List = typename ActionFacts<Action>::Fields;
+    Detail::ForEachPlace(List{}, std::make_index_sequence<List::kCount>{}, visit);
+}
+
 /// Whether visit.operator()<Field>() holds for all parameters; ends at the first that fails.
 template <class Action, class Visit>
 constexpr bool AllFields(Visit&& visit) {
@@ -95,6 +115,25 @@ template <class Left, class Right, class Visit>
 constexpr bool AllPairs(Visit&& visit) {
     return Detail::AllPairs(typename ActionFacts<Left>::Fields{},
                             typename ActionFacts<Right>::Fields{}, visit);
+}
+
+/// The parameter of an action at a place.
+template <class Action, std::size_t Place>
+using FieldAt = typename Detail::At<Place, typename ActionFacts<Action>::Fields>::Type;
+
+/// The place of the parameter of this name; the number of parameters if there is none.
+template <class Action>
+consteval std::size_t PlaceOf(std::string_view name) {
+    std::size_t place = 0;
+    for (const Name& other : ActionFacts<Action>::kNames) {
+        if (std::string_view(other.narrow, other.length) == name) break;
+        ++place;
+    }
+    return place;
+}
+template <class Action>
+consteval bool HasParameter(std::string_view name) {
+    return PlaceOf<Action>(name) < ActionFacts<Action>::kNames.size();
 }
 
 /// The first parameter of an action for which Condition<Field>::value holds; void without one.

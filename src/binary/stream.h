@@ -35,6 +35,17 @@ struct BinOutput {
         return next;
     }
 
+    /// A run of bytes as one field.
+    BinOutput WriteBytes(const void* bytes, std::size_t size) const noexcept {
+        BinOutput next = *this;
+        next.remaining -= static_cast<std::int64_t>(size);
+        if (next.remaining >= 0) {
+            Zinc::Units::Copy(cursor, bytes, size);
+            next.cursor += size;
+        }
+        return next;
+    }
+
     /// A text with its count, terminator included, as one field: it goes in whole or not at all.
     template <typename Char>
     BinOutput WriteText(const Char* text, std::size_t length) const noexcept {

@@ -189,6 +189,13 @@ EnumValueRecord* Catalogue::FindEnumValue(std::uint32_t enumId, std::int32_t val
                                                                                          : nullptr;
 }
 
+bool Catalogue::HasEnumValues(std::uint32_t enumId) const noexcept {
+    const auto found = std::lower_bound(
+        enumValues.begin(), enumValues.end(), enumId,
+        [](const EnumValueRecord& record, std::uint32_t id) { return record.enumId < id; });
+    return found != enumValues.end() && found->enumId == enumId;
+}
+
 const Descriptor* Catalogue::FindDescriptor(std::uint32_t messageClass,
                                             std::uint32_t code) const noexcept {
     if (code >= actionByCode_.size() || actionByCode_[code] == 0) return nullptr;

@@ -124,6 +124,7 @@ class Catalogue {
     ClassRecord* FindClass(std::uint32_t classId) noexcept;
     ParameterRecord* FindParameter(std::uint32_t code, std::uint32_t index) noexcept;
     EnumValueRecord* FindEnumValue(std::uint32_t enumId, std::int32_t value) noexcept;
+    bool HasEnumValues(std::uint32_t enumId) const noexcept;
 
     /// The descriptor of a class of messages, by code or by name (any ASCII case, exactly this
     /// length); null if there is none.

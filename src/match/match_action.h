@@ -27,6 +27,10 @@ class CTmxMatchAction : public CTmxMessage {
     /// source is of the same code, else by the roles that the source's parameters play.
     virtual CTmxAction* CreateAction(CTmxAction* source) const = 0;
 
+    /// Spreads the set parameters over the fields of an event record, see event/event_data.h. The
+    /// description isn't represented.
+    virtual void GetEventData(TmxEventDataRecord& record, bool& complete) const = 0;
+
     /// The description; it may keep a text while it isn't set.
     const MatchParam<WideText>& Description() const noexcept;
     void SetDescription(WideText text);

@@ -11,7 +11,7 @@ namespace TmxPLC {
 template <class T>
 struct MatchParam {
     bool IsSet = false;
-    T Value{};
+    alignas(kParameterAlignment<T>) T Value{};
 };
 
 }  // namespace TmxPLC

@@ -38,6 +38,8 @@ class CTmxGenericAction final : public CTmxAction {
     bool StoreToBin(BinOutput&) const override { return false; }
     bool Equal(const CTmxAction&) const override { return false; }
     CTmxMatchAction* CreateMatchAction() const override { return nullptr; }
+    /// Leaves everything as it is.
+    void GetEventData(TmxEventDataRecord&, bool&) const override {}
 
     ObjectRef videoInput;
     ObjectRef videoOutput;

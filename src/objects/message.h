@@ -58,6 +58,13 @@ enum class RoutingRole : std::uint8_t {
     GenericInt32,
 };
 
+/// The client that sent an action, as some actions tell it.
+struct ClientParameters {
+    Optional<WideText>* host = nullptr;
+    Optional<std::int32_t>* type = nullptr;
+    Optional<WideText>* account = nullptr;
+};
+
 /// The base of all actions. The accessors by role give the parameter that plays the role inside the
 /// object, null where there is none or where it is absent.
 class CTmxAction : public CTmxMessage {
@@ -66,6 +73,8 @@ class CTmxAction : public CTmxMessage {
     /// A new template in which everything is set that has a value here; null where there is no
     /// memory for it, and for the generic action, which has no template.
     virtual CTmxMatchAction* CreateMatchAction() const = 0;
+    /// Spreads the parameters over the fields of an event record, see event/event_data.h.
+    virtual void GetEventData(TmxEventDataRecord& record, bool& complete) const = 0;
 
     /// kind: out, the kind of the parameter as the catalogue numbers it, told even where the
     /// parameter is absent; untouched without one.
@@ -86,6 +95,8 @@ class CTmxAction : public CTmxMessage {
         const std::int32_t* number = Find<std::int32_t>(RoutingRole::GenericInt32);
         return number != nullptr ? *number : 0;
     }
+    /// The parameters that tell the client of the action; null in an action that knows none.
+    virtual ClientParameters GetClientParameters() noexcept { return {}; }
 
     Properties properties;
 

@@ -96,13 +96,19 @@ class DataSet {
     mutable std::vector<TmxDataSetEntry> flat_;
 };
 
+/// The alignment of a parameter inside its object: what has eight bytes or more is read as 64-bit
+/// integers where it goes into an event record, a GUID and a rectangle too.
+template <class T>
+inline constexpr std::size_t kParameterAlignment = sizeof(T) >= 8 && alignof(T) < 8 ? 8
+                                                                                    : alignof(T);
+
 /// The value of an optional parameter. An absent one keeps the zero of its type, but for a
 /// date-time, which keeps the time of its making.
 template <class T>
 struct Optional {
     using Value = T;
     bool present = false;
-    T value{};
+    alignas(kParameterAlignment<T>) T value{};
 };
 
 template <class T>

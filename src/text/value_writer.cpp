@@ -1,8 +1,6 @@
 #include "text/value_writer.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 
 namespace TmxPLC {
 
@@ -20,31 +18,6 @@ void PutWords(TextWriter<Char>& writer, const std::int16_t (&words)[4]) {
         if (i != 0) writer.PutLiteral(", ");
         writer.PutNumber(words[i]);
     }
-}
-
-// The six significant digits of a finite value as the C locale's %g writes them, the exponent
-// lengthened to three digits.
-std::size_t FormatDouble(char (&text)[32], double value) noexcept {
-    if (std::isnan(value))
-        return static_cast<std::size_t>(
-            std::string_view(std::signbit(value) ? "-1.#IND" : "1.#QNAN").copy(text, 32));
-    if (std::isinf(value))
-        return static_cast<std::size_t>(
-            std::string_view(value < 0 ? "-1.#INF" : "1.#INF").copy(text, 32));
-    const auto [end, error] =
-        std::to_chars(text, text + sizeof text, value, std::chars_format::general, 6);
-    static_cast<void>(error);
-    auto length = static_cast<std::size_t>(end - text);
-    const std::size_t exponent = std::string_view(text, length).find('e');
-    if (exponent == std::string_view::npos) return length;
-    // Behind the "e" stands a sign, then at least two digits.
-    const std::size_t first = exponent + 2;
-    while (length - first < 3) {
-        std::memmove(text + first + 1, text + first, length - first);
-        text[first] = '0';
-        ++length;
-    }
-    return length;
 }
 
 // A text of the other width. ASCII is copied; the rest is converted if it fits, and measured in any
@@ -105,8 +78,8 @@ void PutValue(TextWriter<Char>& writer, const Guid& value) {
 
 template <typename Char>
 void PutValue(TextWriter<Char>& writer, double value) {
-    char text[32];
-    const std::size_t length = FormatDouble(text, value);
+    char text[Zinc::kDoubleTextCapacity];
+    const std::size_t length = Zinc::FormatDouble(text, value);
     if (Char* place = writer.Piece(length)) std::copy(text, text + length, place);
 }
 

@@ -1,6 +1,9 @@
 #include "zinc/text.h"
 
+#include <charconv>
+#include <cmath>
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <optional>
 
@@ -151,6 +154,31 @@ WideString Utf8ToWide(std::string_view text) {
     WideString result;
     NarrowToWide(result, CodePage::Utf8, 0, text.data(), static_cast<std::int64_t>(text.size()));
     return result;
+}
+
+// ---- Numbers ------------------------------------------------------------------------------------
+
+std::size_t FormatDouble(char (&text)[kDoubleTextCapacity], double value) noexcept {
+    if (std::isnan(value))
+        return static_cast<std::size_t>(
+            std::string_view(std::signbit(value) ? "-1.#IND" : "1.#QNAN").copy(text, sizeof text));
+    if (std::isinf(value))
+        return static_cast<std::size_t>(
+            std::string_view(value < 0 ? "-1.#INF" : "1.#INF").copy(text, sizeof text));
+    const auto [end, error] =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::general, 6);
+    static_cast<void>(error);
+    auto length = static_cast<std::size_t>(end - text);
+    const std::size_t exponent = std::string_view(text, length).find('e');
+    if (exponent == std::string_view::npos) return length;
+    // Behind the "e" stands a sign, then at least two digits.
+    const std::size_t first = exponent + 2;
+    while (length - first < 3) {
+        std::memmove(text + first + 1, text + first, length - first);
+        text[first] = '0';
+        ++length;
+    }
+    return length;
 }
 
 // ---- XML ----------------------------------------------------------------------------------------

@@ -32,6 +32,13 @@ WideString Utf8ToWide(std::string_view text);
 /// sequence becomes a numeric reference, too ("&#255;").
 std::string XmlEscape(std::string_view text);
 
+inline constexpr std::size_t kDoubleTextCapacity = 32;
+
+/// Writes a number with six significant digits, as the C locale's %g does, with an exponent of at
+/// least three digits ("1e+006"); "1.#INF", "-1.#INF", "1.#QNAN" and "-1.#IND". Returns the
+/// characters written; there is no terminator.
+std::size_t FormatDouble(char (&text)[kDoubleTextCapacity], double value) noexcept;
+
 namespace Text {
 
 /// A format string that Format cannot follow: code 0.

@@ -1039,6 +1039,16 @@ uint32_t Measured(size_t size, uint32_t length) {
 
 }  // namespace
 
+std::optional<std::string> TimeText(uint64_t value) {
+    const std::optional<Calendar> local = LocalTime(value);
+    if (!local) return std::nullopt;
+    return MachineTime(*local, BiasOf(value));
+}
+
+std::string DoubleText(double value) { return GeneralNumber(value); }
+
+std::string GuidCharacters(const TmxGuid& guid) { return GuidText(guid); }
+
 std::optional<std::string> NarrowText(const ActionFacts& action, const Values& values, bool display,
                                       bool utf8) {
     Writer<char> writer(display, utf8);

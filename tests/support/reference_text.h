@@ -19,6 +19,13 @@ std::optional<std::string> NarrowText(const ActionFacts& action, const Values& v
 std::optional<WideString> WideText(const ActionFacts& action, const Values& values, bool display,
                                    bool utf8);
 
+// The machine text of a date-time without its quotes; nothing where it has no calendar date.
+std::optional<std::string> TimeText(uint64_t value);
+// A double with six significant digits.
+std::string DoubleText(double value);
+// The 36 characters of a GUID.
+std::string GuidCharacters(const TmxGuid& guid);
+
 struct TextReading {
     const ActionFacts* action = nullptr;  // null where no handle is made
     Values values;

@@ -13,6 +13,8 @@ MEMBERS = {
 }
 # Members without a constructor of their own start at zero.
 PLAIN = {"Int32", "Enum", "Int64", "Bool", "Guid", "Double", "Rect"}
+# Members whose type asks for less alignment than an event record does.
+ALIGNED = {"Guid", "Rect"}
 
 
 def static_table(catalogue):
@@ -69,7 +71,8 @@ def member(parameter):
     if parameter.optional:
         return f"    Optional<{type_name}> {parameter.name};\n"
     zero = "{}" if parameter.type in PLAIN else ""
-    return f"    {type_name} {parameter.name}{zero};\n"
+    aligned = f"alignas(kParameterAlignment<{type_name}>) " if parameter.type in ALIGNED else ""
+    return f"    {aligned}{type_name} {parameter.name}{zero};\n"
 
 
 def template_member(parameter):
