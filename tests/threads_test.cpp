@@ -45,8 +45,6 @@ void Together(const std::function<void(unsigned thread)>& work) {
     for (std::thread& thread : threads) thread.join();
 }
 
-using Bytes = std::vector<uint8_t>;
-
 // An object in all its forms.
 struct Forms {
     std::array<std::string, 4> narrow;  // by display + 2 * utf8
@@ -272,6 +270,105 @@ TEST_F(ThreadsTest, SharedObject) {
         ASSERT_TRUE(TmxAct_GetReferenceCounter(handle.get(), &count));
         EXPECT_EQ(1u, count);
         EXPECT_EQ(forms, FormsOf(handle.get()));
+    }
+}
+
+bool Matches(TmxHandle match, TmxHandle action) {
+    bool answer = false;
+    EXPECT_TRUE(TmxMatchAct_Matches(match, action, &answer));
+    return answer;
+}
+
+// Each thread makes templates of its own, describes them, and makes actions of them.
+TEST_F(ThreadsTest, TemplatesOfTheirOwn) {
+    const std::vector<Sample> samples = MakeSamples();
+    std::atomic<unsigned> done{0};
+    Together([&](unsigned thread) {
+        for (unsigned round = 0; round < kRounds; ++round) {
+            const Sample& sample = samples[(round + thread) % samples.size()];
+            const Handle action(Create(*sample.action, sample.values));
+            TmxHandle made = nullptr;
+            ASSERT_TRUE(TmxAct_CreateMatchActionFromTemplate(action.get(), &made));
+            const Handle match(made);
+            const std::u16string description(20 + thread, u'd');
+            ASSERT_TRUE(TmxMatchAct_SetDescriptionW(match.get(), description.c_str()));
+            const char* narrow = nullptr;
+            ASSERT_TRUE(TmxMatchAct_GetDescriptionA(match.get(), &narrow));
+            ASSERT_EQ(std::string(20 + thread, 'd'), narrow);
+            ASSERT_TRUE(Matches(match.get(), action.get()));
+            const Handle read = FromForms(FormsOf(match.get()), round);
+            ASSERT_TRUE(read) << sample.action->name;
+            ASSERT_TRUE(TmxMatchAct_GetDescriptionA(read.get(), &narrow));
+            ASSERT_EQ(std::string(20 + thread, 'd'), narrow);
+            bool equal = false;
+            ASSERT_TRUE(TmxAct_Equal(match.get(), read.get(), &equal));
+            ASSERT_TRUE(equal) << sample.action->name;
+            ASSERT_TRUE(TmxMatchAct_CreateActionFromTemplate(match.get(), nullptr, &made));
+            const Handle back(made);
+            ASSERT_EQ(sample.forms, FormsOf(back.get())) << sample.action->name;
+            done.fetch_add(1);
+        }
+    });
+    EXPECT_EQ(kThreads * kRounds, done.load());
+}
+
+// The same templates and the same actions are read by all.
+TEST_F(ThreadsTest, SharedTemplates) {
+    struct Shared {
+        Handle action;
+        Handle match;
+        Forms actionForms;
+        Forms matchForms;
+    };
+    std::vector<Shared> all;
+    for (const char* name : kChosenActions) {
+        const ActionFacts& action = ActionByName(name);
+        // Matching a data set may work in the action, which isn't for two at a time.
+        if (action.name == "VideoResult") continue;
+        Shared shared{Handle(Create(action, Typical(action))), {}, {}, {}};
+        TmxHandle made = nullptr;
+        ASSERT_TRUE(TmxAct_CreateMatchActionFromTemplate(shared.action.get(), &made));
+        shared.match = Handle(made);
+        ASSERT_TRUE(TmxMatchAct_SetDescriptionW(made, u"seen by all at once, and changed by none"));
+        shared.actionForms = FormsOf(shared.action.get());
+        shared.matchForms = FormsOf(made);
+        all.push_back(std::move(shared));
+    }
+    std::atomic<unsigned> done{0};
+    Together([&](unsigned thread) {
+        for (unsigned round = 0; round < kRounds / 4; ++round) {
+            const Shared& mine = all[(round + thread) % all.size()];
+            for (const Shared& other : all) {
+                ASSERT_EQ(&mine == &other, Matches(mine.match.get(), other.action.get()));
+                bool equal = false;
+                ASSERT_TRUE(TmxAct_Equal(mine.match.get(), other.match.get(), &equal));
+                ASSERT_EQ(&mine == &other, equal);
+            }
+            ASSERT_TRUE(TmxAct_DuplicateHandle(mine.match.get()));
+            ASSERT_EQ(mine.matchForms, FormsOf(mine.match.get()));
+            const TmxWChar* description = nullptr;
+            ASSERT_TRUE(TmxMatchAct_GetDescriptionW(mine.match.get(), &description));
+            ASSERT_EQ(std::u16string(u"seen by all at once, and changed by none"), description);
+            for (const TmxHandle source : {static_cast<TmxHandle>(nullptr), mine.action.get(),
+                                           all[round % all.size()].action.get()}) {
+                TmxHandle made = nullptr;
+                ASSERT_TRUE(TmxMatchAct_CreateActionFromTemplate(mine.match.get(), source, &made));
+                const Handle owned(made);
+                // All is set, so that no source changes anything.
+                ASSERT_EQ(mine.actionForms, FormsOf(made));
+            }
+            TmxHandle clone = nullptr;
+            ASSERT_TRUE(TmxAct_CloneHandle(mine.match.get(), &clone));
+            const Handle owned(clone);
+            ASSERT_TRUE(TmxMatchAct_SetDescriptionW(clone, nullptr));
+            ASSERT_TRUE(TmxAct_CloseHandle(mine.match.get()));
+            done.fetch_add(1);
+        }
+    });
+    EXPECT_EQ(kThreads * (kRounds / 4), done.load());
+    for (const Shared& shared : all) {
+        EXPECT_EQ(shared.matchForms, FormsOf(shared.match.get()));
+        EXPECT_EQ(shared.actionForms, FormsOf(shared.action.get()));
     }
 }
 
