@@ -26,14 +26,15 @@ class Repetitions {
                                 size, &size);
     }
 
-    // What has been added is one thing, which stands on this line.
-    void End(const std::string& file, std::uint64_t line, const char* what) {
-        const auto [found, isNew] = lines_.try_emplace(std::exchange(stored_, {}), line);
+    // What has been added is one thing, which stands here.
+    void End(const std::string& file, const TemplateText::Spot& spot, const char* what) {
+        const auto [found, isNew] = lines_.try_emplace(std::exchange(stored_, {}), spot.line);
         if (isNew) return;
         Refusal doubt;
         doubt.file = file;
-        doubt.line = line;
-        doubt.column = 1;
+        doubt.line = spot.line;
+        doubt.column = spot.column;
+        doubt.offset = spot.offset;
         doubt.reason =
             std::string("the same ") + what + " stands on line " + std::to_string(found->second);
         events_.Doubtful(doubt);
@@ -45,6 +46,34 @@ class Repetitions {
     std::unordered_map<std::string, std::uint64_t> lines_;
 };
 
+// Holds what is told until all is known, and tells it in the order of places: that something is
+// missing is found out behind it.
+class InOrder : public ReadEvents {
+  public:
+    explicit InOrder(ReadEvents& events) : events_(events) {}
+
+    void Refused(const Refusal& refusal) override { told_.push_back({refusal, false}); }
+    void Doubtful(const Refusal& doubt) override { told_.push_back({doubt, true}); }
+
+    void Tell() {
+        std::stable_sort(told_.begin(), told_.end(), [](const Told& a, const Told& b) {
+            return a.what.offset < b.what.offset;
+        });
+        for (const Told& each : told_)
+            each.doubt ? events_.Doubtful(each.what) : events_.Refused(each.what);
+        told_.clear();
+    }
+
+  private:
+    struct Told {
+        Refusal what;
+        bool doubt;
+    };
+
+    ReadEvents& events_;
+    std::vector<Told> told_;
+};
+
 std::string LabelOf(TmxHandle handle, const std::string& place) {
     std::string comment;
     return CommentOf(handle, comment) && !comment.empty() ? comment : place;
@@ -53,7 +82,7 @@ std::string LabelOf(TmxHandle handle, const std::string& place) {
 class RuleParser {
   public:
     RuleParser(Input& input, const SourceOptions& options, ReadEvents& events)
-        : input_(input), text_(input, options, events), repetitions_(events) {}
+        : input_(input), events_(events), text_(input, options, events_), repetitions_(events_) {}
 
     std::vector<Rule> Parse() {
         while (text_.Peek()) {
@@ -67,6 +96,7 @@ class RuleParser {
             }
         }
         EndRule();
+        events_.Tell();
         return std::move(rules_);
     }
 
@@ -77,7 +107,7 @@ class RuleParser {
         const bool firstOfLine = text_.FirstOfLine();
         if (open_ && !due_ && IsSeparator()) return;
         text_.Pass();
-        const std::uint64_t line = text_.Line();
+        const TemplateText::Spot spot = text_.Here();
         ReadAction read;
         const bool good = text_.Read(read);
         const bool arrow = text_.Peek() && text_.NextIs("=>");
@@ -97,9 +127,9 @@ class RuleParser {
             EndRule();
             text_.Pass(2);
             Template when;
-            if (good) when = {std::move(read.handle), read.facts, PlaceOf(line)};
+            if (good) when = {std::move(read.handle), read.facts, PlaceOf(spot.line)};
             Begin(std::move(when), good);
-            line_ = line;
+            spot_ = spot;
             due_ = true;
             // Where a reaction will be missed.
             if (!text_.Peek() || text_.AtLineBegin()) behindArrow_ = text_.Place(0);
@@ -164,7 +194,7 @@ class RuleParser {
         rule_.when.label = LabelOf(rule_.when.handle.get(), rule_.when.label);
         repetitions_.Add(rule_.when.handle.get());
         for (const Reaction& reaction : rule_.reactions) repetitions_.Add(reaction.handle.get());
-        repetitions_.End(input_.Name(), line_, "rule");
+        repetitions_.End(input_.Name(), spot_, "rule");
         rules_.push_back(std::move(rule_));
     }
 
@@ -173,6 +203,7 @@ class RuleParser {
     }
 
     Input& input_;
+    InOrder events_;
     TemplateText text_;
     Repetitions repetitions_;
     std::vector<Rule> rules_;
@@ -181,7 +212,7 @@ class RuleParser {
     bool open_ = false;  // it has begun
     bool good_ = false;  // nothing in it was refused
     bool due_ = false;   // its first reaction has not come yet
-    std::uint64_t line_ = 0;
+    TemplateText::Spot spot_;
     std::optional<Refusal> behindArrow_;
 };
 
@@ -362,11 +393,11 @@ std::vector<Template> ReadTemplates(const std::string& path, SourceOptions optio
             continue;
         }
         text.Pass();
-        const std::uint64_t line = text.Line();
+        const TemplateText::Spot spot = text.Here();
         if (!text.Read(read)) continue;
         repetitions.Add(read.handle.get());
-        repetitions.End(input.Name(), line, "template");
-        take(input.Name() + ':' + std::to_string(line));
+        repetitions.End(input.Name(), spot, "template");
+        take(input.Name() + ':' + std::to_string(spot.line));
     }
     return templates;
 }

@@ -56,7 +56,16 @@ class TemplateText {
     // with either or like an action.
     bool Read(ReadAction& action);
 
-    std::uint64_t Line() { return input_.PlaceAt(ahead_).line; }
+    // The place of the window's begin.
+    struct Spot {
+        std::uint64_t line = 0;
+        std::uint64_t column = 0;
+        std::uint64_t offset = 0;
+    };
+    Spot Here() {
+        const Input::Place place = input_.PlaceAt(0);
+        return {place.line, place.column, input_.Offset()};
+    }
     // Tells a mistake at a place of the window, or at a place that was taken before.
     void Mistake(std::size_t position, std::string reason);
     void Mistake(Refusal place, std::string reason);

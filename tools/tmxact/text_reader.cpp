@@ -100,7 +100,8 @@ std::string TextReader::Unwanted(const ReadAction& action) {
     if (action.isTemplate)
         return action.facts->name +
                ": expected an action, found a template (which begins with '@')";
-    std::string reason = action.facts->name + ": expected a template, found an action";
+    std::string reason =
+        action.facts->name + ": expected a template, which begins with '@', found an action";
     TmxHandle made = nullptr;
     if (!TmxAct_CreateMatchActionFromTemplate(action.handle.get(), &made) || made == nullptr)
         return reason;
@@ -108,7 +109,7 @@ std::string TextReader::Unwanted(const ReadAction& action) {
     constexpr std::size_t kLongest = 200;
     char text[kLongest];
     if (TmxAct_StoreToTextBufferA(made, text, kLongest, false, true, nullptr))
-        reason += std::string("; the template of this very action is ") + Printable(text, false);
+        reason += std::string("; as a template it is ") + Printable(text, false);
     return reason;
 }
 
