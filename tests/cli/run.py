@@ -23,7 +23,8 @@ import time
 import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-SOURCES = os.path.join(HERE, "..", "..", "tools", "tmxact")
+ROOT = os.path.normpath(os.path.join(HERE, "..", ".."))
+SOURCES = os.path.join(ROOT, "tools", "tmxact")
 COMMANDS = ("convert", "check", "match", "template", "make", "rules", "catalogue")
 TMXACT = None
 UPDATE = False
@@ -1691,6 +1692,10 @@ class Documents(Case):
         self.assertEqual(["json"], self.complete("tmxact convert --to = j"))
         self.assertEqual(["--int64"], self.complete("tmxact convert --in"))
         self.assertIn("--output", self.complete("tmxact convert --"))
+        self.assertEqual(["--template", "--templates"],
+                         sorted(self.complete("tmxact match --templ")))
+        self.assertEqual(["events.txt"], self.complete("tmxact match --templates eve"))
+        self.assertEqual(["events.txt"], self.complete("tmxact rules eve"))
         self.assertEqual(["events.txt"], self.complete("tmxact convert --to json eve"))
 
     def test_completions_know_every_value(self):
@@ -1710,6 +1715,46 @@ class Documents(Case):
                            "auto always never"):
                 self.assertIn(values, text, file)
 
+    def sessions(self, name):
+        """Runs what stands in a document behind "$ ", and expects what stands below it."""
+        with open(os.path.join(ROOT, name), encoding="utf-8") as stream:
+            blocks = re.findall(r"^```console\n(.*?)^```", stream.read(), re.M | re.S)
+        os.symlink(os.path.join(ROOT, "examples"), os.path.join(self.folder, "examples"))
+        path = os.path.dirname(TMXACT) + os.pathsep + os.environ["PATH"]
+        count = 0
+        for block in blocks:
+            for command, told in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", block, re.M):
+                if command.startswith("cat "):
+                    self.file(command[4:], told.rstrip("\n") + "\n")
+                    continue
+                done = subprocess.run(["sh", "-c", command], capture_output=True, text=True,
+                                      cwd=self.folder, env=environment(PATH=path), timeout=20)
+                if told.strip():
+                    self.assertEqual(told.strip(), (done.stdout + done.stderr).strip(), command)
+                    count += 1
+                else:
+                    self.assertIn(done.returncode, (0, 1, 3), command)
+        return count
+
+    def test_documents_show_what_happens(self):
+        self.assertEqual(6, self.sessions("docs/rules.md"))
+
+    def test_readme_shows_what_happens(self):
+        self.file("site.actions", "CameraOn (1)")
+        self.assertLess(3, self.sessions("README.md"))
+
+    def test_rules_of_the_example(self):
+        rules, actions = (os.path.join(ROOT, "examples", f"site.{each}")
+                          for each in ("rules", "actions"))
+        self.check(["rules", "--check", rules])
+        result = self.run_tmxact("rules", "-v", "--stats", rules, actions)
+        self.assertEqual(3, result.code)  # eight lines are no action
+        self.assertIn("tmxact: 30 rules, 2954 actions, ", result.err)
+        # Nobody is under duress on that day; every other rule comes to its action.
+        self.assertEqual(29, len(re.findall(r"^tmxact: .+: matched \d+ actions?$", result.err, re.M)))
+        again = self.run_tmxact("convert", "--to", "text", stdin=result.out)
+        self.assertEqual((0, result.out), (again.code, again.out))
+
     def test_man_page_renders(self):
         page = os.path.join(SOURCES, "tmxact.1")
         if shutil.which("groff"):
@@ -1717,7 +1762,7 @@ class Documents(Case):
                                   capture_output=True, text=True, timeout=20)
             self.assertEqual("", done.stderr)
             text = re.sub(".\x08", "", done.stdout)  # bold is a letter struck twice
-            for heading in ("EXAMPLES", "REFUSED ACTIONS", "JSON", "EXIT STATUS", "ENVIRONMENT"):
+            for heading in ("EXAMPLES", "TEMPLATES", "RULES", "REFUSED ACTIONS", "JSON", "EXIT STATUS", "ENVIRONMENT"):
                 self.assertIn(f"\n{heading}\n", text)
 
     def test_man_page_tells_every_option_and_exit_code(self):
