@@ -22,6 +22,8 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  tmxact convert --to json events.bin\n"
     "  tmxact check actions.txt\n"
+    "  tmxact match --template '@ CameraOn (Camera: 5)' actions.txt\n"
+    "  tmxact rules site.rules actions.txt\n"
     "  tmxact catalogue CameraOn\n"
     "\n"
     "Work with the actions of a video-surveillance system.\n";
@@ -31,6 +33,10 @@ constexpr char kShortHelp[] =
     "\n"
     "  convert    convert actions between text, bytes, display and JSON\n"
     "  check      tell what in the input is no action\n"
+    "  match      pass on the actions that a template matches\n"
+    "  template   make templates from actions\n"
+    "  make       make actions from templates\n"
+    "  rules      put out the reactions of rules to actions\n"
     "  catalogue  tell what actions there are\n"
     "\n"
     "tmxact --help tells more, and so does tmxact COMMAND --help.\n";
@@ -110,7 +116,9 @@ int Main(int argc, char** argv) {
     program.set_version_flag("--version", Version, "Tell the versions of program and interface");
 
     ReportOptions report;
-    const std::vector<Run> runs = {AddConvert(program, report), AddCheck(program, report),
+    const std::vector<Run> runs = {AddConvert(program, report),  AddCheck(program, report),
+                                   AddMatch(program, report),    AddTemplate(program, report),
+                                   AddMake(program, report),     AddRules(program, report),
                                    AddCatalogue(program, report)};
     const std::vector<CLI::App*> commands = program.get_subcommands({});
     for (CLI::App* command : commands) {

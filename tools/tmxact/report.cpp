@@ -108,6 +108,8 @@ void Reporter::Tell(const std::string& line) {
     if (options_.verbosity >= 0) Print("tmxact: " + line + "\n");
 }
 
+void Reporter::Answer(const std::string& line) { Print("tmxact: " + line + "\n"); }
+
 void Reporter::Detail(const std::string& line) {
     if (options_.verbosity > 0) Print("tmxact: " + line + "\n");
 }

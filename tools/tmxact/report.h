@@ -48,6 +48,8 @@ class Reporter : public ReadEvents {
     void Failed(const std::string& message);
     // A line that -q leaves out.
     void Tell(const std::string& line);
+    // A line that was asked for by an option of its own, so that -q leaves it in.
+    void Answer(const std::string& line);
     // A line for -v.
     void Detail(const std::string& line);
 

@@ -106,6 +106,7 @@ class TextWalker {
     bool template_ = false;
     const ActionFacts* action_ = nullptr;
     std::size_t parameter_ = 0;  // of a template, 0 is the description
+    std::vector<bool> given_;    // which named parameters have come
     bool commaDue_ = false;
     const char* program_ = "";  // what is left of the present value
     std::size_t valueBegin_ = 0;
