@@ -362,6 +362,21 @@ std::uintptr_t FindLinkerRecord() noexcept {
     return 0;
 }
 
+/// The beginning of a loaded object's data. That of the C library tells a debugger of threads.
+void WantData(std::uintptr_t base) noexcept {
+    constexpr std::uintptr_t kMaxData = 32 * 1024;
+    Elf64_Ehdr header;
+    if (base == 0 || !Peek(base, header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0)
+        return;
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr program;
+        if (!Peek(base + header.e_phoff + i * sizeof program, program)) return;
+        if (program.p_type != PT_LOAD || (program.p_flags & PF_W) == 0) continue;
+        const std::uintptr_t start = base + program.p_vaddr;
+        wanted.Add(start, start + std::min<std::uintptr_t>(program.p_filesz, kMaxData));
+    }
+}
+
 void WantLinkerRecords(MemoryMap& map) noexcept {
     constexpr std::uintptr_t kName = 512;
     constexpr std::uintptr_t kDynamic = 1024;
@@ -385,6 +400,7 @@ void WantLinkerRecords(MemoryMap& map) noexcept {
         wanted.Add(name, name + kName);
         const auto dynamic = reinterpret_cast<std::uintptr_t>(object.l_ld);
         wanted.Add(dynamic, dynamic + kDynamic);
+        WantData(object.l_addr);
         at = reinterpret_cast<std::uintptr_t>(object.l_next);
     }
 }
