@@ -270,18 +270,21 @@ char32_t Fold(char32_t code) noexcept {
 }
 
 /// Turns A to Z into a to z, in eight units.
-/// The code point that folds to this one; of several, and where there is none, the code point
-/// itself.
+/// The code point that folds to this one: of several the lowest near it, where the letters of its
+/// alphabet stand. Where there is none, the code point itself.
 char32_t Upper(char32_t code) noexcept {
     if (code < 0x80) return code >= 'a' && code <= 'z' ? code - 0x20 : code;
+    constexpr char32_t kNear = ~char32_t{0x7F};
     char32_t upper = code;
+    unsigned count = 0;
     // Few texts have such letters, and only the name of an executable comes here.
     for (char32_t candidate = 0x80; candidate < 0x10000; ++candidate) {
         if (candidate == code || Fold(candidate) != code) continue;
-        if (upper != code) return code;
+        if ((candidate & kNear) == (code & kNear)) return candidate;
         upper = candidate;
+        ++count;
     }
-    return upper;
+    return count == 1 ? upper : code;
 }
 
 __m128i FoldAscii(__m128i units) noexcept {
