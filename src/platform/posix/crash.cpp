@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <time.h>
 #include <ucontext.h>
@@ -153,7 +154,16 @@ constexpr std::size_t kCrashStackSize = 256 * 1024;
 alignas(64) unsigned char crashStack[kCrashStackSize];
 Fault currentFault;
 
+/// Descriptors may be what the process has run out of.
+void RaiseDescriptorLimit() noexcept {
+    rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 [[noreturn]] void FilterOnCrashStack() noexcept {
+    RaiseDescriptorLimit();
     const Fault& fault = currentFault;
     static ExceptionRecord record;
     record = Describe(fault.signal, *fault.information, *fault.context);

@@ -1,7 +1,6 @@
 // Pages, and the files that diagnostics write.
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -61,21 +60,6 @@ std::size_t ExecutablePath(WideChar* text, std::size_t capacity) noexcept {
 
 // ---- Files --------------------------------------------------------------------------------------
 
-namespace {
-
-/// Where the limit of descriptors is reached, it is raised as far as it may.
-int OpenRaisingTheLimit(const char* path, int flags, mode_t mode) noexcept {
-    const int file = open(path, flags, mode);
-    if (file >= 0 || errno != EMFILE) return file;
-    rlimit limit;
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= limit.rlim_max) return -1;
-    limit.rlim_cur = limit.rlim_max;
-    if (setrlimit(RLIMIT_NOFILE, &limit) != 0) return -1;
-    return open(path, flags, mode);
-}
-
-}  // namespace
-
 bool OutputFile::Open(const char* path, Access access) noexcept {
     const ErrnoGuard guard;
     Close();
@@ -85,7 +69,7 @@ bool OutputFile::Open(const char* path, Access access) noexcept {
         return handle_ != kNone;
     }
     // A file that somebody else has put there, or a link, is left alone.
-    handle_ = OpenRaisingTheLimit(path, kFlags | O_EXCL | O_NOFOLLOW, 0600);
+    handle_ = open(path, kFlags | O_EXCL | O_NOFOLLOW, 0600);
     if (handle_ == kNone) return false;
     fchmod(static_cast<int>(handle_), 0600);
     return true;
