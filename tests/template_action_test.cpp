@@ -60,7 +60,7 @@ TEST_F(TemplateActionTest, AnOpenDateTimeIsTheTimeOfTheTemplatesMaking) {
     // The time when the template was read, not when the action is made: the same each time.
     EXPECT_EQ(first.value, second.value);
     const auto time = static_cast<int64_t>(first.value & 0xFFFFFFFFFFFF);
-    // The time is rounded to the next millisecond.
+    // The time is rounded.
     EXPECT_GE(time, before);
     EXPECT_LE(time, after + 1);
     // A clone has it too.
