@@ -251,5 +251,8 @@ void RegisterLibrary();
 void RegisterBytes();
 void RegisterText();
 void RegisterLoad();
+void RegisterMatch();
+/// Closes what RegisterMatch made.
+void ReleaseMatch();
 
 }  // namespace bench
