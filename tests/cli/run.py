@@ -952,6 +952,9 @@ class Match(Case):
                 ("@ CameraOn (Camera: 5, Comment: \"x\")", "; Comment must stand ahead of Camera"),
                 ("@ FocusFar (Camera: 3, Camera: 4)", "; Camera stands twice"),
                 ("@ ViewerConnect (PlayMode: PlayForward)", "PlayForward is 2"),
+                ("@ AutoBackupCapacityMonitoringCapacityWarning (PercentAllocatedByTbf: 5)",
+                 "found 'ByTbf'; the text form can't tell PercentAllocatedByTbf unless "
+                 "PercentAllocated stands ahead of it"),
                 ("@ CameraOn", "1:11: CameraOn: the text ends in the middle of an action"),
                 ("CameraOn (5)", "1:1: CameraOn: expected a template, which begins with '@', found "
                  "an action; as a template it is @ CameraOn (Camera: 5)"),
@@ -1016,8 +1019,8 @@ class Match(Case):
         found = [json.loads(line)["matched"] for line in together.out.splitlines()]
         alone = [[] for _ in actions]
         # A few at a time, each of which is compared with every action.
-        for begin in range(0, len(templates), 16):
-            options = [word for text in templates[begin:begin + 16] for word in ("--template", text)]
+        for begin in range(0, len(templates), 4):
+            options = [word for text in templates[begin:begin + 4] for word in ("--template", text)]
             result = self.run_tmxact("match", *options, "--to", "json", "in.txt")
             lines = iter(result.out.splitlines())
             line = next(lines, None)

@@ -191,6 +191,7 @@ void TemplateIndex::BuildTables(const ActionFacts& facts, Group& group) {
         for (const Slot slot : slots) group.wanted[slot] = true;
         tables[std::move(slots)].push_back({hash, entry});
     }
+    if (tables.size() * 2 > group.entries.size()) return;
     group.entries = {};
     for (auto& [slots, entries] : tables) {
         std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) {

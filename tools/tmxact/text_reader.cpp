@@ -23,13 +23,6 @@ bool IsNameCharacter(char c) noexcept {
 
 }  // namespace
 
-std::string LastErrorText() {
-    TmxErrorInfo info{};
-    if (!TmxAct_GetLastError(&info)) return {};
-    std::string text = Printable(info.message, true);
-    return text.empty() ? "the library tells a failure without a text" : text;
-}
-
 std::optional<bool> TextReader::BeginsLikeAction(std::string_view text, bool last, bool onlyKnown) {
     constexpr std::size_t kFarthest = 512;
     const auto undecided = [&]() -> std::optional<bool> {

@@ -138,7 +138,7 @@ TextWalker::Outcome TextWalker::Walk(std::string_view text, bool last) {
                 } else if (text_[position_] != ':') {
                     step = Broken(position_, Naming(parameter_) +
                                                  ": expected ':' behind the name, found " +
-                                                 Found(position_));
+                                                 Found(position_) + WhyNoColon());
                 } else {
                     ++position_;
                     stage_ = Stage::kLead;
@@ -516,6 +516,17 @@ std::string TextWalker::Found(std::size_t position) const {
     if (c == '\n' || c == '\r') return "the end of the line";
     if (c == '\'') return "\"'\"";
     return "'" + std::string(1, c) + "'";
+}
+
+// Behind a name that was the begin of another one, which the library tries in vain.
+std::string TextWalker::WhyNoColon() const {
+    const std::string& name = Parameter(parameter_).name;
+    const std::string word = WordAt(position_ - name.size());
+    for (std::size_t i = parameter_ + 1; i < Count(); ++i)
+        if (SameLetters(Parameter(i).name, word))
+            return "; the text form can't tell " + Parameter(i).name + " unless " + name +
+                   " stands ahead of it";
+    return {};
 }
 
 // The whole word around a letter that no number has.

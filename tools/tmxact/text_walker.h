@@ -92,6 +92,7 @@ class TextWalker {
     Step Quoted(bool opened);
     std::string Found(std::size_t position) const;
     std::string WordAt(std::size_t position) const;
+    std::string WhyNoColon() const;
     std::string WhyNoNumber(std::size_t position) const;
     std::string WhyNoClose() const;
     Step Expected(std::size_t position, const std::string& what);
