@@ -507,6 +507,8 @@ TEST_F(Crash, TheRegistryEnablesAndDisables) {
         for (const std::string& dump : Dumps()) std::filesystem::remove(folder + "/" + dump);
         EXPECT_EQ(Run({program, "null-write"}), 255);
         EXPECT_EQ(Dumps().size(), 2U);
+        // The log's queue is short.
+        EXPECT_EQ(Logged().size(), 1U);
         return Normal(DebugOutput());
     };
     const std::string host = Child("host");
@@ -610,9 +612,15 @@ TEST_F(Crash, WhoseHelperIsKilledGoesOn) {
     const std::string dump = program + ".FullDump.dmp";
     const pid_t child = Start({program, "much-memory"});
     WaitUntil([&] { return std::filesystem::exists(dump); });
-    for (const pid_t process : ProcessesOf(program))
-        if (process != child) kill(process, SIGKILL);
+    WaitUntil([&] {
+        bool killed = false;
+        for (const pid_t process : ProcessesOf(program))
+            killed = killed || (process != child && kill(process, SIGKILL) == 0);
+        return killed;
+    });
     EXPECT_EQ(End(child), 255);
+    EXPECT_EQ(Count(DebugOutput(), "Failed to write mini dump"), 1U);
+    EXPECT_EQ(Count(DebugOutput(), "Written mini dump to "), 1U);
     EXPECT_TRUE(Normal(DebugOutput()).ends_with(kLastLine));
 }
 

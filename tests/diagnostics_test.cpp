@@ -480,6 +480,18 @@ TEST_F(Diagnostics, ALogThatIsStartedAnewIsFoundAgain) {
     EXPECT_EQ(DebugOutput(), "lost");
 }
 
+TEST_F(Diagnostics, ALogThatDoesNotReadIsGivenUp) {
+    LogSocket log(folder + "/log");
+    ASSERT_TRUE(log.IsGood());
+    EventLog events;
+    int reports = 0;
+    while (events.Report(TMX_WIDE("text"), Platform::EventType::Error)) ++reports;
+    EXPECT_EQ(DebugOutput(), "text");
+    EXPECT_EQ(log.Received().size(), static_cast<std::size_t>(reports));
+    EXPECT_TRUE(events.Report(TMX_WIDE("again"), Platform::EventType::Error));
+    EXPECT_EQ(log.Received(), Strings{Logged(11, "again")});
+}
+
 TEST_F(Diagnostics, ALongReportComesWhole) {
     LogSocket log(folder + "/log");
     ASSERT_TRUE(log.IsGood());

@@ -121,7 +121,7 @@ bool EventSource::Report(EventType type, const EventUser& /*user*/, const WideCh
     if (count > 0) size += static_cast<std::size_t>(count);
 
     bool sent = Send(static_cast<int>(handle_), message, size);
-    if (!sent) {
+    if (!sent && errno != EAGAIN && errno != EMSGSIZE) {
         // The daemon may have been started anew. The old socket stays if it hasn't.
         const int log = Connect();
         if (log >= 0) {
