@@ -39,6 +39,10 @@ using Run = std::function<int()>;
 Run AddConvert(CLI::App& program, const ReportOptions& report);
 Run AddCheck(CLI::App& program, const ReportOptions& report);
 Run AddCatalogue(CLI::App& program, const ReportOptions& report);
+#ifdef TMXACT_EVENTS
+// Has commands of its own, which take the common options too.
+Run AddEvents(CLI::App& program, ReportOptions& report);
+#endif
 
 }  // namespace tmxact
 
