@@ -93,48 +93,33 @@ class Drawing {
     std::string text_;
 };
 
-// Columns for the hours, one on another; returns where the part ends.
-double DrawHours(Drawing& drawing, const EventSummary& summary, double top) {
-    constexpr double kHeight = 180;
+// Columns for the hours; returns where the part ends.
+double DrawHours(Drawing& drawing, const std::string& title, const char* color,
+                 const std::array<std::uint64_t, 24>& hours, double height, double top) {
     constexpr double kLeft = kMargin + 56;
     constexpr double kStep = (kWidth - kMargin - kLeft) / 24;
     constexpr double kGap = 6;
-    drawing.Text(kMargin, top + 16, "start", "By hour of the day (" + summary.zone + ")", 15,
-                 kTextColor, "bold");
-    const double legend = kWidth - kMargin;
-    drawing.Rectangle(legend - 330, top + 6, 12, 12, kOwnColor, "time of the action");
-    drawing.Text(legend - 312, top + 16, "start", "time of the action");
-    drawing.Rectangle(legend - 160, top + 6, 12, 12, kImportColor, "time of the import");
-    drawing.Text(legend - 142, top + 16, "start", "time of the import");
-
-    std::uint64_t most = 0;
-    for (const HourCount& hour : summary.hours) most = std::max(most, hour.own + hour.import);
-    // Four lines at round numbers.
+    drawing.Text(kMargin, top + 16, "start", title, 15, kTextColor, "bold");
+    const std::uint64_t most = *std::max_element(hours.begin(), hours.end());
+    // Four lines or fewer, at round numbers.
     const std::uint64_t step = RoundUp(std::max<std::uint64_t>((most + 3) / 4, 1));
     const std::uint64_t lines = std::max<std::uint64_t>((most + step - 1) / step, 1);
-    const double bottom = top + kHead + kHeight;
-    const double scale = kHeight / static_cast<double>(step * lines);
+    const double bottom = top + kHead + height;
+    const double scale = height / static_cast<double>(step * lines);
     for (std::uint64_t i = 0; i <= lines; ++i) {
         const double y = bottom - static_cast<double>(i * step) * scale;
         drawing.Line(kLeft, y, kWidth - kMargin, y);
         drawing.Text(kLeft - 8, y + 4, "end", Grouped(i * step), 11, kDimColor);
     }
     for (unsigned i = 0; i < 24; ++i) {
-        const HourCount& hour = summary.hours[i];
         const double x = kLeft + i * kStep;
         char name[8];
-        std::snprintf(name, sizeof name, "%02u", i);
+        std::snprintf(name, sizeof name, "%02u", i % 24);
         drawing.Text(x + kStep / 2, bottom + 16, "middle", name, 11, kDimColor);
-        double y = bottom;
-        const auto stack = [&](std::uint64_t count, const char* color, const char* what) {
-            if (count == 0) return;
-            const double height = static_cast<double>(count) * scale;
-            y -= height;
-            drawing.Rectangle(x + kGap / 2, y, kStep - kGap, height, color,
-                              std::string(name) + ":00, " + what + ": " + Grouped(count));
-        };
-        stack(hour.own, kOwnColor, "time of the action");
-        stack(hour.import, kImportColor, "time of the import");
+        if (hours[i] == 0) continue;
+        const double length = std::max(static_cast<double>(hours[i]) * scale, 1.0);
+        drawing.Rectangle(x + kGap / 2, bottom - length, kStep - kGap, length, color,
+                          std::string(name) + ":00: " + Grouped(hours[i]));
     }
     return bottom + 44;
 }
@@ -191,7 +176,13 @@ std::string EventChart(const EventSummary& summary) {
         drawing.Text(kMargin, y, "start", TimesText(summary), 13, kDimColor);
     }
     y += 24;
-    y = DrawHours(drawing, summary, y);
+    if (summary.own > 0)
+        y = DrawHours(drawing, "By hour of the action's own time (" + summary.zone + ")", kOwnColor,
+                      summary.ownHours, 150, y);
+    if (summary.own < summary.total)
+        y = DrawHours(drawing,
+                      "By hour of the import, without a time of their own (" + summary.zone + ")",
+                      kImportColor, summary.importHours, 80, y);
     constexpr double kHalf = (kWidth - 2 * kMargin - 24) / 2;
     const double classesEnd = DrawBars(drawing, "By class", summary.classes, kMargin, kHalf, y);
     double actionsEnd =

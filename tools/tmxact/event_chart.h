@@ -14,13 +14,6 @@ struct NamedCount {
     std::uint64_t count;
 };
 
-// Of one hour of the day: events whose time is their action's own, and such as have that of their
-// import.
-struct HourCount {
-    std::uint64_t own = 0;
-    std::uint64_t import = 0;
-};
-
 struct EventSummary {
     std::string database;
     std::string zone;  // in which the hours are told
@@ -32,7 +25,10 @@ struct EventSummary {
     std::vector<NamedCount> actions;
     std::uint64_t otherActions = 0;  // how many actions beyond those, and how often
     std::uint64_t otherEvents = 0;
-    std::array<HourCount, 24> hours;
+    // By hour of the day: events whose time is their action's own, and those that have that of
+    // their import.
+    std::array<std::uint64_t, 24> ownHours{};
+    std::array<std::uint64_t, 24> importHours{};
 };
 
 // "12 345".

@@ -396,8 +396,8 @@ void EventDatabase::Session::OpenSqlite(const std::string& path, Access access) 
     sql_.open(soci::sqlite3, "db=" + FileUri(path) + (make ? "?mode=rwc" : "?mode=rw") +
                                  " timeout=60 synchronous=normal");
     if (make) UseWriteAheadLog();
-    sql_ << "PRAGMA cache_size = -65536";        // kB, of an import's working set
-    sql_ << "PRAGMA wal_autocheckpoint = 8000";  // pages; fewer, longer checkpoints
+    sql_ << "PRAGMA cache_size = -65536";         // kB, of an import's working set
+    sql_ << "PRAGMA wal_autocheckpoint = 16000";  // pages; fewer, longer checkpoints
     sql_ << "PRAGMA journal_size_limit = 67108864";
 }
 

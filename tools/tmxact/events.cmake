@@ -58,7 +58,8 @@ target_compile_definitions(tmxact PRIVATE TMXACT_EVENTS)
 target_include_directories(tmxact PRIVATE ${CMAKE_CURRENT_LIST_DIR})
 target_include_directories(tmxact SYSTEM PRIVATE
   ${SOCI_INCLUDE_DIR} ${SQLITE3_INCLUDE_DIR} ${LIBPQ_INCLUDE_DIR})
-target_link_libraries(tmxact PRIVATE
+find_package(Threads REQUIRED)
+target_link_libraries(tmxact PRIVATE Threads::Threads
   ${SOCI_SQLITE3_LIBRARY} ${SOCI_POSTGRESQL_LIBRARY} ${SOCI_CORE_LIBRARY})
 install(DIRECTORY ${tmxact_sql_dir}/ DESTINATION "${CMAKE_INSTALL_DATADIR}/tmxactions/sql"
         FILES_MATCHING PATTERN "*.sql")

@@ -2,7 +2,9 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <future>
 #include <map>
+#include <utility>
 
 #include "event_row.h"
 #include "events_commands.h"
@@ -61,7 +63,7 @@ class Importer {
 
     // Imports one file, "-" for standard input.
     void Import(const std::string& path, std::optional<std::uint64_t> totalBytes);
-    // Keeps what has been read so far.
+    // Keeps what has been read so far, and waits for that.
     void Flush();
 
     const std::string& Name() const noexcept { return database_.Name(); }
@@ -74,6 +76,8 @@ class Importer {
     void Begin(const std::string& path);
     void Take(const ReadAction& action, const std::string& file);
     bool CheckEarlierPart(const std::string& file);
+    void HandOver();
+    void Finish();
 
     const Options& options_;
     Reporter& reporter_;
@@ -82,7 +86,11 @@ class Importer {
     EventSource known_;                   // what the database holds of the present file
     EventSource read_;                    // what has been read of it
     std::optional<EventSource> earlier_;  // the part that is still to be passed over
+    // While one batch is read, another thread has the database, known_ and the batch before.
     std::vector<EventRow> rows_;
+    std::vector<EventRow> handed_;
+    std::size_t handedCount_ = 0;
+    std::future<void> writing_;
     std::size_t count_ = 0;  // of rows_ that are in use
     std::size_t size_ = 0;   // of their texts and stored actions, in bytes
     std::uint64_t kept_ = 0;
@@ -167,25 +175,41 @@ void Importer::Take(const ReadAction& action, const std::string& file) {
     for (unsigned i = 0; i < 2; ++i)
         if (row.Has(kStringFieldA + i)) size_ += row.texts[i].size();
     if (row.hasStored) size_ += row.stored.size();
-    if (count_ >= options_.batch || size_ >= kLargestBatch) Flush();
+    if (count_ >= options_.batch || size_ >= kLargestBatch) HandOver();
 }
 
 void Importer::Flush() {
+    HandOver();
+    Finish();
+}
+
+// Begins to keep what has been read, once the batch before is kept. The next one is read meanwhile.
+void Importer::HandOver() {
+    Finish();
     // Nothing has been read of the file, or no more than the database knows.
     if (earlier_.has_value() ||
         (count_ == 0 && read_.bytesDone == known_.bytesDone && read_.finished == known_.finished))
         return;
-    database_.Add({rows_.data(), count_}, known_, read_);
+    rows_.swap(handed_);
+    handedCount_ = std::exchange(count_, 0);
+    size_ = 0;
+    writing_ = std::async(std::launch::async, [this, after = read_] {
+        database_.Add({handed_.data(), handedCount_}, known_, after);
+    });
+}
+
+// Waits until the batch that was handed over is kept, and takes note of it.
+void Importer::Finish() {
+    if (!writing_.valid()) return;
+    writing_.get();
     read_.id = known_.id;
-    kept_ += count_;
-    for (std::size_t i = 0; i < count_; ++i) {
-        EventRow& row = rows_[i];
+    kept_ += handedCount_;
+    for (std::size_t i = 0; i < handedCount_; ++i) {
+        EventRow& row = handed_[i];
         if (row.hasStored) ++withBytes_;
         for (std::string* text : {&row.texts[0], &row.texts[1], &row.stored})
             if (text->capacity() > kKeptCapacity) std::string().swap(*text);
     }
-    count_ = 0;
-    size_ = 0;
 }
 
 std::string KeptText(const Importer& importer) {

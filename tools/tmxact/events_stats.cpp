@@ -56,9 +56,8 @@ EventSummary Summarise(const EventCounts& counts, const std::string& database, b
         constexpr std::int64_t kDay = 24 * kHour;
         const std::int64_t seconds = each.begin / 1000;
         const std::int64_t clock = seconds + (local ? ZoneOffsetSeconds(seconds) : 0);
-        HourCount& hour =
-            summary.hours[static_cast<std::size_t>((clock % kDay + kDay) % kDay / kHour)];
-        (each.timeIsOwn ? hour.own : hour.import) += each.count;
+        const auto hour = static_cast<std::size_t>((clock % kDay + kDay) % kDay / kHour);
+        (each.timeIsOwn ? summary.ownHours : summary.importHours)[hour] += each.count;
         if (each.timeIsOwn) summary.own += each.count;
     }
     return summary;
@@ -104,13 +103,12 @@ void PutJson(Output& output, const EventSummary& summary) {
             text("action", each.name);
             number("events", each.count);
         });
-    for (std::size_t i = 0; i < summary.hours.size(); ++i)
+    for (std::size_t i = 0; i < summary.ownHours.size(); ++i)
         line("hour", [&] {
             number("hour", i);
             text("zone", summary.zone);
-            number("events", summary.hours[i].own + summary.hours[i].import);
-            number("timeFromAction", summary.hours[i].own);
-            number("timeFromImport", summary.hours[i].import);
+            number("timeFromAction", summary.ownHours[i]);
+            number("timeFromImport", summary.importHours[i]);
         });
 }
 
@@ -131,26 +129,36 @@ class Table {
             names = std::max(names, DisplayWidth(each.name));
             most = std::max(most, each.count);
         }
-        Head(title, names, "Events");
+        Line("");
+        Line(std::string(palette_.bold) + Padded(title, names) + Right("Events") +
+             std::string(palette_.plain));
         for (const NamedCount& each : counts)
             Line(Padded(each.name, names) + Right(Grouped(each.count)) + "  " +
-                 std::string(palette_.cyan) + Bar(each.count, most, 0, "█") +
+                 std::string(palette_.cyan) + Bar(each.count, most, kBar) +
                  std::string(palette_.plain));
     }
 
+    // The bars of each of the two have a scale of their own: an import puts all its events that
+    // have no time of their own into one hour.
     void Hours(const EventSummary& summary) {
         const std::string title = "Hour (" + summary.zone + ")";
-        Head(title, title.size(), "Of action", "Of import");
-        std::uint64_t most = 1;
-        for (const HourCount& hour : summary.hours) most = std::max(most, hour.own + hour.import);
-        for (std::size_t i = 0; i < summary.hours.size(); ++i) {
-            const HourCount& hour = summary.hours[i];
+        Line("");
+        Line(std::string(palette_.bold) + Padded(title, title.size()) + Right("Of action") +
+             std::string(kBar / 2 + 2, ' ') + Right("Of import") + std::string(palette_.plain));
+        const auto most = [](const std::array<std::uint64_t, 24>& hours) {
+            return std::max<std::uint64_t>(*std::max_element(hours.begin(), hours.end()), 1);
+        };
+        for (std::size_t i = 0; i < summary.ownHours.size(); ++i) {
             const std::string name = (i < 10 ? "0" : "") + std::to_string(i) + ":00";
-            Line(Padded(name, title.size()) + Right(Grouped(hour.own)) +
-                 Right(Grouped(hour.import)) + "  " + std::string(palette_.cyan) +
-                 Bar(hour.own, most, 0, "█") + std::string(palette_.plain) +
-                 std::string(palette_.yellow) + Bar(hour.import, most, hour.own, "▒") +
-                 std::string(palette_.plain));
+            const std::string own = Bar(summary.ownHours[i], most(summary.ownHours), kBar / 2);
+            const std::string imported =
+                Bar(summary.importHours[i], most(summary.importHours), kBar / 2);
+            Line(Padded(name, title.size()) + Right(Grouped(summary.ownHours[i])) + "  " +
+                 std::string(palette_.cyan) + Padded(own, kBar / 2) + std::string(palette_.plain) +
+                 Right(Grouped(summary.importHours[i])) +
+                 (imported.empty() ? ""
+                                   : "  " + std::string(palette_.yellow) + imported +
+                                         std::string(palette_.plain)));
         }
     }
 
@@ -167,25 +175,15 @@ class Table {
         return std::string(number.size() < kNumbers ? kNumbers - number.size() : 0, ' ') + number;
     }
 
-    // The bar of a count on the scale that the most frequent fills, behind that of another count. A
-    // count that isn't 0 shows.
-    static std::string Bar(std::uint64_t count, std::uint64_t most, std::uint64_t behind,
-                           std::string_view block) {
-        const auto cells = [most](std::uint64_t events) {
-            return events == 0 ? 0 : std::max<std::uint64_t>((events * kBar + most / 2) / most, 1);
-        };
-        const std::uint64_t begin = cells(behind);
-        const std::uint64_t end = count == 0 ? begin : std::max(cells(behind + count), begin + 1);
+    // The bar of a count where the most frequent one takes the whole width. A count that isn't 0
+    // shows.
+    static std::string Bar(std::uint64_t count, std::uint64_t most, std::uint64_t width) {
         std::string bar;
-        for (std::uint64_t i = begin; i < end; ++i) bar += block;
+        if (count == 0) return bar;
+        const double part = static_cast<double>(count) / static_cast<double>(most);
+        const auto cells = static_cast<std::uint64_t>(part * static_cast<double>(width) + 0.5);
+        for (std::uint64_t i = 0; i < std::max<std::uint64_t>(cells, 1); ++i) bar += "█";
         return bar;
-    }
-
-    void Head(const std::string& title, std::size_t width, const std::string& first,
-              const std::string& second = {}) {
-        Line("");
-        Line(std::string(palette_.bold) + Padded(title, width) + Right(first) +
-             (second.empty() ? "" : Right(second)) + std::string(palette_.plain));
     }
 
     Output& output_;
