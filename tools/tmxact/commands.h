@@ -94,6 +94,10 @@ Run AddTemplate(CLI::App& program, const ReportOptions& report);
 Run AddMake(CLI::App& program, const ReportOptions& report);
 Run AddRules(CLI::App& program, const ReportOptions& report);
 Run AddCatalogue(CLI::App& program, const ReportOptions& report);
+#ifdef TMXACT_EVENTS
+// Has commands of its own, which take the common options too.
+Run AddEvents(CLI::App& program, ReportOptions& report);
+#endif
 
 }  // namespace tmxact
 

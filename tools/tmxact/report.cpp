@@ -98,7 +98,7 @@ void Reporter::Unwritable(const std::string& file, std::uint64_t offset,
 }
 
 void Reporter::Failed(const std::string& message) {
-    failed_ = true;
+    ++failures_;
     std::string text("tmxact: ");
     text.append(palette_.red).append(message).append(palette_.plain).append("\n");
     Print(text);

@@ -54,7 +54,8 @@ class Reporter : public ReadEvents {
     void Detail(const std::string& line);
 
     std::uint64_t RefusedCount() const noexcept { return refused_; }
-    bool SystemFailed() const noexcept { return failed_; }
+    bool SystemFailed() const noexcept { return failures_ > 0; }
+    std::uint64_t FailureCount() const noexcept { return failures_; }
 
     // Progress. The total is known for regular files only.
     void ExpectBytes(std::optional<std::uint64_t> total) { total_ = total; }
@@ -80,7 +81,7 @@ class Reporter : public ReadEvents {
     double shown_ = 0;
     bool lineShown_ = false;
     std::uint64_t refused_ = 0;
-    bool failed_ = false;
+    std::uint64_t failures_ = 0;
     std::uint64_t bytes_ = 0;
     std::uint64_t actions_ = 0;
     std::optional<std::uint64_t> total_;
