@@ -19,6 +19,7 @@
 #include "support/live_blocks.h"
 #include "support/model.h"
 #include "support/value_sets.h"
+#include "support/wide.h"
 
 namespace tmxtest {
 namespace {
@@ -50,7 +51,7 @@ using Bytes = std::vector<uint8_t>;
 // An object in all its forms.
 struct Forms {
     std::array<std::string, 4> narrow;  // by display + 2 * utf8
-    std::array<std::u16string, 4> wide;
+    std::array<WideString, 4> wide;
     Bytes bytes;
     bool operator==(const Forms&) const = default;
 };
@@ -146,10 +147,10 @@ TEST_F(ThreadsTest, ObjectsOfTheirOwn) {
             bool equal = false;
             ASSERT_TRUE(TmxAct_Equal(handle.get(), read.get(), &equal));
             ASSERT_TRUE(equal) << sample.action->name;
-            const std::u16string value(30 + thread, u'v');
-            ASSERT_TRUE(TmxAct_SetProperty(read.get(), u"name", value.c_str()));
+            const WideString value(30 + thread, TMX_WIDE('v'));
+            ASSERT_TRUE(TmxAct_SetProperty(read.get(), TMX_WIDE("name"), value.c_str()));
             const TmxWChar* found = nullptr;
-            ASSERT_TRUE(TmxAct_GetProperty(read.get(), u"name", &found));
+            ASSERT_TRUE(TmxAct_GetProperty(read.get(), TMX_WIDE("name"), &found));
             ASSERT_EQ(value, found);
             done.fetch_add(1);
         }
@@ -166,7 +167,7 @@ TEST_F(ThreadsTest, ErrorsOfTheirOwn) {
         // The months 20 to 27 don't exist.
         const std::string guid = "guid of thread " + std::to_string(thread);
         const std::string guidText = "CancelExport (\"" + guid + "\", 1)";
-        const std::u16string guidTextW(guidText.begin(), guidText.end());
+        const WideString guidTextW(guidText.begin(), guidText.end());
         const std::string dateText =
             "SystemStarted (\"2026/2" + std::to_string(thread) + "/15 11:00:00,000 GMT\")";
         for (unsigned round = 0; round < kRounds; ++round) {
@@ -237,7 +238,7 @@ TEST_F(ThreadsTest, SharedObject) {
         const ActionFacts& action = ActionByName(name);
         const Values values = Typical(action);
         Handle handle(Create(action, values));
-        ASSERT_TRUE(TmxAct_SetProperty(handle.get(), u"name", u"value"));
+        ASSERT_TRUE(TmxAct_SetProperty(handle.get(), TMX_WIDE("name"), TMX_WIDE("value")));
         const Forms forms = FormsOf(handle.get());
         Together([&](unsigned thread) {
             for (unsigned round = 0; round < kRounds / 4; ++round) {
@@ -257,8 +258,8 @@ TEST_F(ThreadsTest, SharedObject) {
                 ASSERT_LE(2u, count);
                 ASSERT_GE(1 + kThreads, count);
                 const TmxWChar* value = nullptr;
-                ASSERT_TRUE(TmxAct_GetProperty(handle.get(), u"name", &value));
-                ASSERT_EQ(std::u16string(u"value"), value);
+                ASSERT_TRUE(TmxAct_GetProperty(handle.get(), TMX_WIDE("name"), &value));
+                ASSERT_EQ(WideString(TMX_WIDE("value")), value);
                 TmxObjectRef* reference = nullptr;
                 ASSERT_TRUE(TmxAct_GetVideoInput(handle.get(), &reference));
                 ASSERT_EQ(action.name == "ViewerConnect", reference != nullptr);
@@ -277,7 +278,8 @@ TEST_F(ThreadsTest, SharedObject) {
 
 // Whoever gives back the last reference ends the object, once.
 TEST_F(ThreadsTest, LastReferenceEndsTheObject) {
-    const TmxObjectRef camera{1, u"a camera with a name that is too long to lie inside", 2, 0};
+    const TmxObjectRef camera{1, TMX_WIDE("a camera with a name that is too long to lie inside"), 2,
+                              0};
     const uint32_t before = TmxAct_GetNumberOfOpenHandles();
     const int64_t blocks = liveBlocks.load();
     {
@@ -454,7 +456,7 @@ TEST_F(ThreadsTest, ThreadsThatComeAndGo) {
             EXPECT_EQ("1008/3 Wrong decode method", LastError());
         } else if (number % 3 == 1) {
             EXPECT_FALSE(HasError());
-            const TmxObjectRef camera{1, u"Cam", 2, 0};
+            const TmxObjectRef camera{1, TMX_WIDE("Cam"), 2, 0};
             const Handle own(TmxAct_CreateCameraOn(&camera));
             EXPECT_TRUE(own);
         } else {
