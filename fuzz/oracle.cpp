@@ -469,6 +469,10 @@ Fate QuotedFate(const std::basic_string<Char>& text) {
     return Fate::Kept;
 }
 
+// Where wide characters have 16 bits (Windows) the system converts, and finds a likeness of its own
+// for what can't be kept.
+constexpr bool kSystemConverts = sizeof(wchar_t) == sizeof(TmxWChar);
+
 bool IsHigh(TmxWChar unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool IsLow(TmxWChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
@@ -519,7 +523,9 @@ Fate WideTextThroughText(WideString& text, Form form, bool& any) {
     for (TmxWChar& unit : text) {
         // A combining mark may go into the letter before it.
         if (unit >= 0x300 && unit <= 0x36F) any = true;
-        if (!IsInAnsiPage(unit)) unit = TmxWChar{'?'};
+        if (IsInAnsiPage(unit)) continue;
+        if (kSystemConverts) return Fate::Open;
+        unit = TmxWChar{'?'};
     }
     return fate;
 }
@@ -534,6 +540,8 @@ Fate AnsiTextThroughText(std::string& text, Form form) {
         const size_t length = SequenceAt(text, i, complete);
         if (complete)
             read.append(text, i, length);
+        else if (kSystemConverts)
+            return Fate::Open;
         else
             read += "\xEF\xBF\xBD";
         i += length;

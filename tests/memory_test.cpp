@@ -21,10 +21,9 @@
 #include <vector>
 
 #include "support/checks.h"
-#include "support/environment.h"
 #include "support/model.h"
+#include "support/system.h"
 #include "support/value_sets.h"
-#include "support/wide.h"
 
 // ---- The allocation functions -------------------------------------------------------------------
 
@@ -158,14 +157,14 @@ struct Record {
 };
 
 const Record kBadAlloc = {0, 0, "Zinc::GenericException", "std::bad_alloc",
-                          TMX_WIDE("std::bad_alloc")};
+                          TMX_W("std::bad_alloc")};
 const Record kWrongDecode = {1008, 3, "class TmxPLC::TmxPLCException", "Wrong decode method",
-                             TMX_WIDE("Wrong decode method")};
+                             TMX_W("Wrong decode method")};
 const Record kTooSmall = {1008, 7, "class TmxPLC::TmxPLCException", "buffer too small",
-                          TMX_WIDE("buffer too small")};
+                          TMX_W("buffer too small")};
 const Record kNoCatalogueRecord = {0, 0, "class Zinc::ZincException",
                                    "The generic action has no catalogue record",
-                                   TMX_WIDE("The generic action has no catalogue record")};
+                                   TMX_W("The generic action has no catalogue record")};
 
 // The difference between the thread's last error and the one expected, null for none; empty if
 // there is none. Allocates nothing where they agree.
@@ -323,7 +322,7 @@ constexpr size_t kLongText = 120;
 Values Long(const ActionFacts& action) {
     Values values = Typical(action);
     const std::string narrow(kLongText, 'n');
-    const WideString wide(kLongText, TMX_WIDE('w'));
+    const WideString wide(kLongText, TMX_W('w'));
     for (Value& value : values) {
         if (auto* text = std::get_if<std::string>(&value.data)) *text += narrow;
         if (auto* text = std::get_if<WideString>(&value.data)) *text += wide;
@@ -331,8 +330,8 @@ Values Long(const ActionFacts& action) {
         if (auto* named = std::get_if<NamedId>(&value.data)) named->name += wide;
         if (auto* guid = std::get_if<GuidRef>(&value.data)) guid->name += wide;
         if (auto* set = std::get_if<DataSet>(&value.data)) {
-            set->push_back({{1, 2, 3, 4}, 5, TMX_WIDE("middle")});
-            set->push_back({{1, 2, 3, 4}, 6, TMX_WIDE("last")});
+            set->push_back({{1, 2, 3, 4}, 5, TMX_W("middle")});
+            set->push_back({{1, 2, 3, 4}, 6, TMX_W("last")});
             for (DataSetEntry& entry : *set) entry.name += wide;
         }
     }
@@ -365,10 +364,10 @@ int64_t CountTexts(const ActionFacts& action) {
     return count;
 }
 
-const WideString kLongName(150, TMX_WIDE('N'));
-const WideString kOtherLongName(170, TMX_WIDE('O'));
-const WideString kLongValue(200, TMX_WIDE('<'));
-const WideString kLongerValue(500, TMX_WIDE('&'));
+const WideString kLongName(150, TMX_W('N'));
+const WideString kOtherLongName(170, TMX_W('O'));
+const WideString kLongValue(200, TMX_W('<'));
+const WideString kLongerValue(500, TMX_W('&'));
 
 void GiveProperties(TmxHandle handle) {
     ASSERT_TRUE(TmxAct_SetProperty(handle, kLongName.c_str(), kLongValue.c_str()));
@@ -944,7 +943,7 @@ void TryByteReading() {
 WideString PropertyOf(TmxHandle handle, const WideString& name) {
     const TmxWChar* value = nullptr;
     EXPECT_TRUE(TmxAct_GetProperty(handle, name.c_str(), &value));
-    return value != nullptr ? value : TMX_WIDE("");
+    return value != nullptr ? value : TMX_W("");
 }
 
 void TrySetProperty() {
@@ -967,29 +966,28 @@ void TrySetProperty() {
                            .prepare =
                                [&] {
                                    make();
-                                   TmxAct_SetProperty(handle, TMX_WIDE("a"), TMX_WIDE("b"));
+                                   TmxAct_SetProperty(handle, TMX_W("a"), TMX_W("b"));
                                },
                            .finish = close,
                            .check = [&](End) -> std::string {
-                               return PropertyOf(handle, TMX_WIDE("a")) == TMX_WIDE("b") &&
+                               return PropertyOf(handle, TMX_W("a")) == TMX_W("b") &&
                                               PropertyOf(handle, kLongName).empty()
                                           ? ""
                                           : "the properties have changed";
                            }}));
-    EXPECT_LT(0, FailEach("a longer value", {.call = set,
-                                             .prepare =
-                                                 [&] {
-                                                     make();
-                                                     TmxAct_SetProperty(handle, kLongName.c_str(),
-                                                                        TMX_WIDE("before"));
-                                                 },
-                                             .finish = close,
-                                             .check = [&](End) -> std::string {
-                                                 return PropertyOf(handle, kLongName) ==
-                                                                TMX_WIDE("before")
-                                                            ? ""
-                                                            : "the value has changed";
-                                             }}));
+    EXPECT_LT(0, FailEach("a longer value",
+                          {.call = set,
+                           .prepare =
+                               [&] {
+                                   make();
+                                   TmxAct_SetProperty(handle, kLongName.c_str(), TMX_W("before"));
+                               },
+                           .finish = close,
+                           .check = [&](End) -> std::string {
+                               return PropertyOf(handle, kLongName) == TMX_W("before")
+                                          ? ""
+                                          : "the value has changed";
+                           }}));
     make();
     ASSERT_TRUE(set(nullptr));
     ExpectNone("removing a property",
@@ -1004,7 +1002,7 @@ void TryGetProperty() {
     GiveProperties(handle.get());
     const TmxWChar* value = nullptr;
     for (const TmxWChar* name :
-         {kLongName.c_str(), TMX_WIDE("none"), static_cast<const TmxWChar*>(nullptr)})
+         {kLongName.c_str(), TMX_W("none"), static_cast<const TmxWChar*>(nullptr)})
         ExpectNone("GetProperty", [&] { return TmxAct_GetProperty(handle.get(), name, &value); });
 }
 
@@ -1067,10 +1065,10 @@ void TryQueries() {
         [&] { return TmxAct_GetActionCodeByIndex(0) != TMX_NONE; },
         [&] { return TmxAct_GetInternalIndexByCode(122) != TMX_NONE; },
         [&] { return TmxAct_GetActionCodeByNameA("CameraOn") == 122; },
-        [&] { return TmxAct_GetActionCodeByNameW(TMX_WIDE("cameraon")) == 122; },
+        [&] { return TmxAct_GetActionCodeByNameW(TMX_W("cameraon")) == 122; },
         [&] { return TmxAct_GetActionCodeByNameW(kLongName.c_str()) == TMX_NONE; },
         [&] { return TmxAct_GetActionClassByNameA("Viewer") != TMX_NONE; },
-        [&] { return TmxAct_GetActionClassByNameW(TMX_WIDE("Viewer")) != TMX_NONE; },
+        [&] { return TmxAct_GetActionClassByNameW(TMX_W("Viewer")) != TMX_NONE; },
         [&] { return TmxAct_GetActionInfo(&action, 122); },
         [&] { return !TmxAct_GetActionInfo(&action, 99999); },
         [&] { return TmxAct_EnumerateActions(actions.data(), 1000) == 353; },
@@ -1307,12 +1305,11 @@ TEST_F(MemoryTest, StoringWithoutACalendarDate) {
 
 // What the machines of a site send all day. Texts of the usual lengths lie inside the object.
 std::vector<NamedValues> EverydayValues() {
-    const WideString longestInside(23, TMX_WIDE('x'));
+    const WideString longestInside(23, TMX_W('x'));
     std::vector<NamedValues> all;
-    all.push_back({"CameraOn", {{ObjectRef{0x1122334455667788, 3, TMX_WIDE("Cam")}}}});
-    all.push_back(
-        {"ViewerConnect",
-         {{ObjectRef{1, 2, TMX_WIDE("V")}}, {ObjectRef{0, 7, TMX_WIDE("")}}, {int32_t{1}}}});
+    all.push_back({"CameraOn", {{ObjectRef{0x1122334455667788, 3, TMX_W("Cam")}}}});
+    all.push_back({"ViewerConnect",
+                   {{ObjectRef{1, 2, TMX_W("V")}}, {ObjectRef{0, 7, TMX_W("")}}, {int32_t{1}}}});
     const ActionFacts& setup = ActionByName("SetupChanged");
     Values values = Typical(setup);
     unsigned optionalTexts = 0;
@@ -1384,8 +1381,8 @@ TEST_F(MemoryTest, EverydayActionsAskForTheirObjectAlone) {
 
 // One text a unit longer than what lies inside takes one allocation more.
 TEST_F(MemoryTest, ALongTextTakesOneAllocation) {
-    const WideString inside(23, TMX_WIDE('x'));
-    const WideString outside(24, TMX_WIDE('x'));
+    const WideString inside(23, TMX_W('x'));
+    const WideString outside(24, TMX_W('x'));
     for (const auto& [name, count] : {std::pair(&inside, 1), std::pair(&outside, 2)}) {
         const TmxObjectRef reference{1, name->c_str(), 2, 0};
         TmxHandle made = nullptr;

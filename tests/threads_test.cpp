@@ -19,7 +19,6 @@
 #include "support/live_blocks.h"
 #include "support/model.h"
 #include "support/value_sets.h"
-#include "support/wide.h"
 
 namespace tmxtest {
 namespace {
@@ -147,10 +146,10 @@ TEST_F(ThreadsTest, ObjectsOfTheirOwn) {
             bool equal = false;
             ASSERT_TRUE(TmxAct_Equal(handle.get(), read.get(), &equal));
             ASSERT_TRUE(equal) << sample.action->name;
-            const WideString value(30 + thread, TMX_WIDE('v'));
-            ASSERT_TRUE(TmxAct_SetProperty(read.get(), TMX_WIDE("name"), value.c_str()));
+            const WideString value(30 + thread, TMX_W('v'));
+            ASSERT_TRUE(TmxAct_SetProperty(read.get(), TMX_W("name"), value.c_str()));
             const TmxWChar* found = nullptr;
-            ASSERT_TRUE(TmxAct_GetProperty(read.get(), TMX_WIDE("name"), &found));
+            ASSERT_TRUE(TmxAct_GetProperty(read.get(), TMX_W("name"), &found));
             ASSERT_EQ(value, found);
             done.fetch_add(1);
         }
@@ -238,7 +237,7 @@ TEST_F(ThreadsTest, SharedObject) {
         const ActionFacts& action = ActionByName(name);
         const Values values = Typical(action);
         Handle handle(Create(action, values));
-        ASSERT_TRUE(TmxAct_SetProperty(handle.get(), TMX_WIDE("name"), TMX_WIDE("value")));
+        ASSERT_TRUE(TmxAct_SetProperty(handle.get(), TMX_W("name"), TMX_W("value")));
         const Forms forms = FormsOf(handle.get());
         Together([&](unsigned thread) {
             for (unsigned round = 0; round < kRounds / 4; ++round) {
@@ -258,8 +257,8 @@ TEST_F(ThreadsTest, SharedObject) {
                 ASSERT_LE(2u, count);
                 ASSERT_GE(1 + kThreads, count);
                 const TmxWChar* value = nullptr;
-                ASSERT_TRUE(TmxAct_GetProperty(handle.get(), TMX_WIDE("name"), &value));
-                ASSERT_EQ(WideString(TMX_WIDE("value")), value);
+                ASSERT_TRUE(TmxAct_GetProperty(handle.get(), TMX_W("name"), &value));
+                ASSERT_EQ(WideString(TMX_W("value")), value);
                 TmxObjectRef* reference = nullptr;
                 ASSERT_TRUE(TmxAct_GetVideoInput(handle.get(), &reference));
                 ASSERT_EQ(action.name == "ViewerConnect", reference != nullptr);
@@ -278,7 +277,7 @@ TEST_F(ThreadsTest, SharedObject) {
 
 // Whoever gives back the last reference ends the object, once.
 TEST_F(ThreadsTest, LastReferenceEndsTheObject) {
-    const TmxObjectRef camera{1, TMX_WIDE("a camera with a name that is too long to lie inside"), 2,
+    const TmxObjectRef camera{1, TMX_W("a camera with a name that is too long to lie inside"), 2,
                               0};
     const uint32_t before = TmxAct_GetNumberOfOpenHandles();
     const int64_t blocks = liveBlocks.load();
@@ -456,7 +455,7 @@ TEST_F(ThreadsTest, ThreadsThatComeAndGo) {
             EXPECT_EQ("1008/3 Wrong decode method", LastError());
         } else if (number % 3 == 1) {
             EXPECT_FALSE(HasError());
-            const TmxObjectRef camera{1, TMX_WIDE("Cam"), 2, 0};
+            const TmxObjectRef camera{1, TMX_W("Cam"), 2, 0};
             const Handle own(TmxAct_CreateCameraOn(&camera));
             EXPECT_TRUE(own);
         } else {

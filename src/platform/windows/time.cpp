@@ -11,6 +11,8 @@ namespace Platform {
 
 namespace {
 
+constexpr WORD kLastYear = 30827;
+
 SYSTEMTIME ToSystem(const SystemTime& time) noexcept { return std::bit_cast<SYSTEMTIME>(time); }
 SystemTime FromSystem(const SYSTEMTIME& time) noexcept { return std::bit_cast<SystemTime>(time); }
 
@@ -38,6 +40,14 @@ bool SystemTimeToFileTime(const SystemTime& time, std::uint64_t& fileTime) noexc
     const SYSTEMTIME from = ToSystem(time);
     FILETIME result;
     if (!::SystemTimeToFileTime(&from, &result)) return false;
+    // Windows refuses a date that there isn't; Wine moves it into the next month, and goes beyond
+    // the last year.
+    SYSTEMTIME back;
+    if (from.wYear > kLastYear || !::FileTimeToSystemTime(&result, &back) ||
+        back.wDay != from.wDay) {
+        ::SetLastError(ERROR_INVALID_PARAMETER);
+        return false;
+    }
     fileTime = Whole(result);
     return true;
 }
