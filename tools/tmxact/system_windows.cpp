@@ -158,7 +158,8 @@ bool MayWait(int descriptor) {
     switch (GetFileType(handle)) {
         case FILE_TYPE_PIPE: {
             DWORD available = 0;
-            return PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr) != 0 &&
+            // Not every pipe can be asked: Wine's for those of the system below it can't.
+            return !PeekNamedPipe(handle, nullptr, 0, nullptr, &available, nullptr) ||
                    available == 0;
         }
         case FILE_TYPE_CHAR:
@@ -209,22 +210,44 @@ std::size_t File::Read(char* data, std::size_t size, const std::function<void()>
     throw SystemError(Failure("can't read"));
 }
 
+namespace {
+
+// The C library's number for why a write failed; its own function loses it where a part was
+// written.
+int WriteErrorNumber(DWORD reason) {
+    switch (reason) {
+        case ERROR_NO_DATA:
+        case ERROR_BROKEN_PIPE:
+        case ERROR_PIPE_NOT_CONNECTED:
+            return EPIPE;
+        case ERROR_DISK_FULL:
+        case ERROR_HANDLE_DISK_FULL:
+            return ENOSPC;
+        case ERROR_INVALID_HANDLE:
+        case ERROR_ACCESS_DENIED:  // a handle for reading
+            return EBADF;
+        case ERROR_FILE_TOO_LARGE:
+            return EFBIG;
+        default:
+            return EIO;
+    }
+}
+
+}  // namespace
+
 void File::Write(const char* data, std::size_t size) {
     const std::uint64_t whole = written_;
     while (size > 0) {
-        const unsigned wanted = static_cast<unsigned>(std::min<std::size_t>(size, 1u << 20));
-        SetLastError(0);
-        const int put = _write(descriptor_, data, wanted);
-        if (put > 0) {
+        const DWORD wanted = static_cast<DWORD>(std::min<std::size_t>(size, 1u << 20));
+        DWORD put = 0;
+        if (WriteFile(HandleOf(descriptor_), data, wanted, &put, nullptr)) {
             data += put;
-            size -= static_cast<std::size_t>(put);
-            written_ += static_cast<std::uint64_t>(put);
+            size -= put;
+            written_ += put;
             continue;
         }
-        const DWORD reason = GetLastError();
-        if (put < 0 && (errno == EPIPE || reason == ERROR_NO_DATA || reason == ERROR_BROKEN_PIPE))
-            throw BrokenPipe();
-        if (put == 0) errno = ENOSPC;
+        errno = WriteErrorNumber(GetLastError());
+        if (errno == EPIPE) throw BrokenPipe();
         const WriteError error(Failure("can't write"));
         // A full disk may have taken a part. Where that can't be cut off it stays.
         if (owned_ && written_ > whole)
