@@ -3,7 +3,8 @@
 # Adds TARGET, which makes from the tables of the families what follows from them (see
 # src/actions/generator). Sets TARGET_SOURCES to the sources that are made, TARGET_TEMPLATES to those
 # of them that hold the classes of templates, TARGET_HEADERS to the public headers, and
-# TARGET_VERSION_SCRIPT. A mistake in a table stops the build.
+# TARGET_VERSION_SCRIPT and TARGET_DEFINITIONS to the lists of exports that the linkers take. A
+# mistake in a table stops the build.
 function(tmxactions_generate target output)
     set(generator ${PROJECT_SOURCE_DIR}/src/actions/generator)
     set(tables)
@@ -12,6 +13,7 @@ function(tmxactions_generate target output)
     set(made
         ${output}/include/tmxactions/constants.h ${output}/include/tmxactions/typed.h
         ${output}/include/tmxactions/actions.def ${output}/exports.txt ${output}/exports.map
+        ${output}/exports.def
         ${output}/src/catalogue/static_table.inc ${output}/src/actions/families.h)
     foreach(family IN LISTS ARGN)
         list(APPEND tables ${PROJECT_SOURCE_DIR}/src/actions/${family}.table)
@@ -43,4 +45,5 @@ function(tmxactions_generate target output)
     list(FILTER made INCLUDE REGEX "/include/")
     set(${target}_HEADERS ${made} PARENT_SCOPE)
     set(${target}_VERSION_SCRIPT ${output}/exports.map PARENT_SCOPE)
+    set(${target}_DEFINITIONS ${output}/exports.def PARENT_SCOPE)
 endfunction()

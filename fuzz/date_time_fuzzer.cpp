@@ -94,8 +94,8 @@ void CheckValue(uint64_t word) {
         return;
     }
     TMX_HOLDS(!HasNoText(word));
-    const std::u16string wide = TextOf<char16_t>(word);
-    TMX_HOLDS(wide == std::u16string(text.begin(), text.end()));
+    const WideString wide = TextOf<TmxWChar>(word);
+    TMX_HOLDS(wide == WideString(text.begin(), text.end()));
 
     // The fields add up to the value.
     unsigned year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
@@ -116,14 +116,14 @@ void CheckValue(uint64_t word) {
 
     uint64_t expected = word;
     const Fate fate = DateThroughText(expected);
-    const auto exact = Exact<char16_t>::Terminated(wide);
+    const auto exact = Exact<TmxWChar>::Terminated(wide);
     const auto read = Try([&] { return Zinc::ParseDateTime(exact.data()); });
     TMX_HOLDS(read.has_value() == (fate == Fate::Kept));
     if (read) TMX_HOLDS(read->Word() == expected);
 }
 
-void CheckText(const Exact<char16_t>& text) {
-    const char16_t* const begin = text.data();
+void CheckText(const Exact<TmxWChar>& text) {
+    const TmxWChar* const begin = text.data();
     size_t consumed = 0;
     const auto time = Try([&] { return Zinc::ParseDateTimeText(begin, &consumed); });
     const auto whole = Try([&] { return Zinc::ParseDateTimeText(begin, nullptr); });
@@ -132,7 +132,7 @@ void CheckText(const Exact<char16_t>& text) {
         TMX_HOLDS(!whole && !value);
         return;
     }
-    TMX_HOLDS(consumed <= std::char_traits<char16_t>::length(begin));
+    TMX_HOLDS(consumed <= std::char_traits<TmxWChar>::length(begin));
     TMX_HOLDS(time->year >= 1601 && time->year <= 9999 && time->month >= 1 && time->month <= 12);
     TMX_HOLDS(time->day >= 1 && time->day <= 31 && time->hour <= 23 && time->minute <= 59);
     TMX_HOLDS(time->second <= 59 && time->millisecond <= 999);
@@ -140,8 +140,8 @@ void CheckText(const Exact<char16_t>& text) {
                           int64_t{time->hour} * 3600000 + time->minute * 60000 +
                           time->second * 1000 + time->millisecond;
     // Without a consumed count only blanks may follow.
-    const std::u16string_view rest = begin + consumed;
-    TMX_HOLDS(whole.has_value() == (rest.find_first_not_of(u' ') == rest.npos));
+    const std::basic_string_view<TmxWChar> rest = begin + consumed;
+    TMX_HOLDS(whole.has_value() == (rest.find_first_not_of(TmxWChar{' '}) == rest.npos));
 
     const auto bias = Try([&] { return Zinc::ParseBiasText(begin + consumed); });
     if (!bias) {
@@ -248,7 +248,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ++data;
     --size;
     if (mode == 0) {
-        CheckText(Exact<char16_t>::Terminated(
+        CheckText(Exact<TmxWChar>::Terminated(
             UnitsFromBytes({reinterpret_cast<const char*>(data), size})));
     } else if (mode == 1) {
         CheckValue(Take<uint64_t>(data, size));

@@ -17,8 +17,8 @@ void Broken(const char* file, int line, const char* what) {
     std::abort();
 }
 
-std::u16string UnitsFromBytes(std::string_view bytes) {
-    std::u16string units;
+WideString UnitsFromBytes(std::string_view bytes) {
+    WideString units;
     const auto follows = [&](size_t i) {
         return i < bytes.size() && (static_cast<uint8_t>(bytes[i]) & 0xC0) == 0x80;
     };
@@ -36,7 +36,7 @@ std::u16string UnitsFromBytes(std::string_view bytes) {
             unit = bits(i, 0x0F) << 12 | bits(i + 1, 0x3F) << 6 | bits(i + 2, 0x3F);
             length = 3;
         }
-        units += static_cast<char16_t>(unit);
+        units += static_cast<TmxWChar>(unit);
         i += length;
     }
     return units;
@@ -46,7 +46,7 @@ std::u16string UnitsFromBytes(std::string_view bytes) {
 
 namespace {
 
-std::u16string NameOf(const TmxWChar* name) { return name; }
+WideString NameOf(const TmxWChar* name) { return name; }
 
 SetEntry EntryFrom(const TmxDataSetEntry& flat) {
     SetEntry entry;
@@ -192,7 +192,7 @@ class Walker {
                 break;
             case TmxParamType_WideText:
             case TmxParamType_DataSet:
-                value.wide = TakeText<char16_t>();
+                value.wide = TakeText<TmxWChar>();
                 break;
             case TmxParamType_Bool:
                 value.word = TakeFlag() ? 1 : 0;
@@ -202,16 +202,16 @@ class Walker {
                 break;
             case TmxParamType_NamedId:
                 value.id = Take<int64_t>();
-                value.wide = TakeText<char16_t>();
+                value.wide = TakeText<TmxWChar>();
                 break;
             case TmxParamType_ObjectRef:
                 value.id = Take<int64_t>();
                 value.number = Take<int32_t>();
-                value.wide = TakeText<char16_t>();
+                value.wide = TakeText<TmxWChar>();
                 break;
             case TmxParamType_GuidRef:
                 value.guid = Take<std::array<uint8_t, 16>>();
-                value.wide = TakeText<char16_t>();
+                value.wide = TakeText<TmxWChar>();
                 break;
             case TmxParamType_Rect:
                 value.words = Take<std::array<int16_t, 4>>();
@@ -232,8 +232,8 @@ class Walker {
 };
 
 // The text that stands for a data set in the bytes.
-std::u16string SetText(const std::vector<SetEntry>& entries) {
-    std::u16string text;
+WideString SetText(const std::vector<SetEntry>& entries) {
+    WideString text;
     const auto put = [&](const std::string& ascii) { text.append(ascii.begin(), ascii.end()); };
     for (const SetEntry& entry : entries) {
         if (!text.empty()) put(", ");
@@ -247,7 +247,7 @@ std::u16string SetText(const std::vector<SetEntry>& entries) {
 
 // A set's text shows where each entry ends only if no name has an apostrophe.
 bool HasApostropheInName(const Value& set) {
-    return static_cast<size_t>(std::count(set.wide.begin(), set.wide.end(), u'\'')) !=
+    return static_cast<size_t>(std::count(set.wide.begin(), set.wide.end(), TmxWChar{'\''})) !=
            2 * set.entries.size();
 }
 
@@ -294,10 +294,10 @@ std::optional<Message> Walk(const Bytes& bytes) {
     if (walker.Take<uint32_t>() != TMX_PROPERTY_BLOCK_MARKER) walker.Refuse();
     const auto count = walker.Take<int32_t>();
     if (count < 0) walker.Refuse();
-    std::set<std::u16string> names;
+    std::set<WideString> names;
     for (int32_t i = 0; i < count && walker.ok(); ++i) {
-        std::u16string name = walker.TakeText<char16_t>();
-        std::u16string value = walker.TakeText<char16_t>();
+        WideString name = walker.TakeText<TmxWChar>();
+        WideString value = walker.TakeText<TmxWChar>();
         if (!names.insert(name).second) walker.Refuse();
         message.properties.emplace_back(std::move(name), std::move(value));
     }
@@ -442,7 +442,7 @@ void AddDataSets(TmxHandle handle, Message& message) {
             continue;
         }
         // The typed function shows names up to their first zero only.
-        if (set.wide.find(u'\0') == std::u16string::npos)
+        if (set.wide.find(TmxWChar{'\0'}) == WideString::npos)
             TMX_HOLDS(set.wide == SetText(set.entries));
     }
     TMX_HOLDS(next == sets.size());
@@ -515,16 +515,21 @@ Fate QuotedFate(const std::basic_string<Char>& text) {
     return Fate::Kept;
 }
 
-bool IsHigh(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool IsLow(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+// Where wide characters have 16 bits (Windows) the system converts, and finds a likeness of its own
+// for what can't be kept.
+constexpr bool kSystemConverts = sizeof(wchar_t) == sizeof(TmxWChar);
 
-bool IsInAnsiPage(char16_t unit) {
-    static const std::u16string upper =
-        u"\u20AC\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\u017D"
-        u"\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\u017E\u0178";
+bool IsHigh(TmxWChar unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLow(TmxWChar unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+bool IsInAnsiPage(TmxWChar unit) {
+    static const WideString upper = {0x20AC, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                     0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x017D, 0x2018,
+                                     0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC,
+                                     0x2122, 0x0161, 0x203A, 0x0153, 0x017E, 0x0178};
     if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF)) return true;
     if (unit == 0x81 || unit == 0x8D || unit == 0x8F || unit == 0x90 || unit == 0x9D) return true;
-    return upper.find(unit) != std::u16string::npos;
+    return upper.find(unit) != WideString::npos;
 }
 
 // The bytes of the longest beginning of a well-formed sequence at position (The Unicode Standard,
@@ -548,7 +553,7 @@ size_t SequenceAt(std::string_view text, size_t position, bool& complete) {
 
 }  // namespace
 
-Fate WideTextThroughText(std::u16string& text, Form form, bool& any) {
+Fate WideTextThroughText(WideString& text, Form form, bool& any) {
     const Fate fate = QuotedFate(text);
     if (fate != Fate::Kept || form.wide) return fate;
     if (form.utf8) {
@@ -561,10 +566,12 @@ Fate WideTextThroughText(std::u16string& text, Form form, bool& any) {
         }
         return fate;
     }
-    for (char16_t& unit : text) {
+    for (TmxWChar& unit : text) {
         // A combining mark may go into the letter before it.
         if (unit >= 0x300 && unit <= 0x36F) any = true;
-        if (!IsInAnsiPage(unit)) unit = u'?';
+        if (IsInAnsiPage(unit)) continue;
+        if (kSystemConverts) return Fate::Open;
+        unit = TmxWChar{'?'};
     }
     return fate;
 }
@@ -579,6 +586,8 @@ Fate AnsiTextThroughText(std::string& text, Form form) {
         const size_t length = SequenceAt(text, i, complete);
         if (complete)
             read.append(text, i, length);
+        else if (kSystemConverts)
+            return Fate::Open;
         else
             read += "\xEF\xBF\xBD";
         i += length;
@@ -614,7 +623,7 @@ Fate SetThroughText(Value& set, Form form, bool& any) {
     // "{}" is not read.
     if (set.entries.empty()) return Fate::Refused;
     // The typed function, from which the entries are known, cuts a name at its zero.
-    if (set.wide.find(u'\0') != std::u16string::npos) return Fate::Open;
+    if (set.wide.find(TmxWChar{'\0'}) != WideString::npos) return Fate::Open;
     for (SetEntry& entry : set.entries) {
         if (WordsThroughText(entry.words) != Fate::Kept) return Fate::Refused;
         const Fate fate = WideTextThroughText(entry.name, form, any);

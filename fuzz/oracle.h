@@ -29,6 +29,8 @@ namespace tmxfuzz {
         if (!(condition)) ::tmxfuzz::Broken(__FILE__, __LINE__, #condition); \
     } while (false)
 
+using WideString = std::basic_string<TmxWChar>;
+
 // ---- Buffers ------------------------------------------------------------------------------------
 
 // Units on the heap and nothing behind them, so that the address sanitizer sees every access
@@ -59,14 +61,14 @@ class Exact {
 // Wide text out of a fuzzer's bytes: sequences of the shape of UTF-8 up to three bytes become one
 // unit each, any other byte stands for itself. Every text of units can be written so, ill-formed
 // ones too, and ASCII is itself, so that one dictionary serves both widths.
-std::u16string UnitsFromBytes(std::string_view bytes);
+WideString UnitsFromBytes(std::string_view bytes);
 
 // ---- Values -------------------------------------------------------------------------------------
 
 struct SetEntry {
     std::array<int16_t, 4> words{};
     int32_t number = 0;
-    std::u16string name;
+    WideString name;
     bool operator==(const SetEntry&) const = default;
 };
 
@@ -79,7 +81,7 @@ struct Value {
     std::array<uint8_t, 16> guid{};
     std::array<int16_t, 4> words{};
     std::string narrow;
-    std::u16string wide;  // WideText; the name of a reference; a data set's text
+    WideString wide;  // WideText; the name of a reference; a data set's text
     std::vector<SetEntry> entries;
     bool operator==(const Value&) const = default;
 };
@@ -108,7 +110,7 @@ const ActionFacts* FindMessage(uint32_t messageClass, uint32_t code);
 // ---- Bytes --------------------------------------------------------------------------------------
 
 using Bytes = std::vector<uint8_t>;
-using Properties = std::vector<std::pair<std::u16string, std::u16string>>;
+using Properties = std::vector<std::pair<WideString, WideString>>;
 
 struct Message {
     const ActionFacts* action = nullptr;
@@ -162,7 +164,7 @@ Fate NumberThroughText(int64_t value, int64_t smallest);
 Fate DoubleThroughText(uint64_t& bits);
 Fate DateThroughText(uint64_t& word);
 // any: the reader's text can't be told from here.
-Fate WideTextThroughText(std::u16string& text, Form form, bool& any);
+Fate WideTextThroughText(WideString& text, Form form, bool& any);
 Fate AnsiTextThroughText(std::string& text, Form form);
 
 // A date-time whose local clock time falls below 1601 has no text: the writers raise.

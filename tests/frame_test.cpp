@@ -19,7 +19,7 @@ TmxErrorInfo LastErrorInfo() {
     return info;
 }
 
-std::u16string_view Wide(const TmxErrorInfo& info) { return info.messageW; }
+std::basic_string_view<TmxWChar> Wide(const TmxErrorInfo& info) { return info.messageW; }
 
 template <class Exception>
 TmxErrorInfo Fail(Exception exception) {
@@ -34,13 +34,14 @@ TEST(Frame, AZincExceptionIsRecordedWithAllItsFields) {
     EXPECT_EQ(info.subcode, 21u);
     EXPECT_STREQ(info.exceptionClass, "class Zinc::ZincException");
     EXPECT_STREQ(info.message, "caf\xE9");
-    EXPECT_EQ(Wide(info), u"caf\u00E9");
+    EXPECT_EQ(Wide(info), TMX_WIDE("caf\u00E9"));
     EXPECT_STREQ(info.details, "more");
 }
 
 TEST(Frame, TheClassNameIsThatOfTheMostDerivedClass) {
     EXPECT_STREQ(Fail(TmxPLCException()).exceptionClass, "class TmxPLC::TmxPLCException");
-    EXPECT_STREQ(Fail(Zinc::EZincDateTime(u"x", 3)).exceptionClass, "class Zinc::EZincDateTime");
+    EXPECT_STREQ(Fail(Zinc::EZincDateTime(TMX_WIDE("x"), 3)).exceptionClass,
+                 "class Zinc::EZincDateTime");
     EXPECT_STREQ(Fail(Zinc::SystemException(87, "Call")).exceptionClass,
                  "class Zinc::SystemException");
     EXPECT_STREQ(Fail(Zinc::GuidConversionException("x")).exceptionClass,
@@ -55,7 +56,7 @@ TEST(Frame, AStandardExceptionIsAGenericOne) {
     EXPECT_EQ(info.subcode, 0u);
     EXPECT_STREQ(info.exceptionClass, "Zinc::GenericException");
     EXPECT_STREQ(info.message, "broken \x84");
-    EXPECT_EQ(Wide(info), u"broken \u201E");
+    EXPECT_EQ(Wide(info), TMX_WIDE("broken \u201E"));
     EXPECT_STREQ(info.details, "");
 }
 
@@ -66,16 +67,16 @@ TEST(Frame, AThrownNarrowTextIsAGenericException) {
     EXPECT_EQ(info.code, 0u);
     EXPECT_STREQ(info.exceptionClass, "Zinc::GenericException");
     EXPECT_STREQ(info.message, "narrow");
-    EXPECT_EQ(Wide(info), u"narrow");
+    EXPECT_EQ(Wide(info), TMX_WIDE("narrow"));
 }
 
 TEST(Frame, AThrownWideTextIsAGenericExceptionWithItsNarrowTextConverted) {
-    TmxWChar text[] = u"\u20AC 5 \u4E2D";
+    TmxWChar text[] = TMX_WIDE("\u20AC 5 \u4E2D");
     TmxWChar* thrown = text;
     const TmxErrorInfo info = Fail(thrown);
     EXPECT_STREQ(info.exceptionClass, "Zinc::GenericException");
     EXPECT_STREQ(info.message, "\x80 5 ?");
-    EXPECT_EQ(Wide(info), u"\u20AC 5 \u4E2D");
+    EXPECT_EQ(Wide(info), TMX_WIDE("\u20AC 5 \u4E2D"));
 }
 
 TEST(Frame, AnythingElseIsUnknown) {
@@ -84,7 +85,7 @@ TEST(Frame, AnythingElseIsUnknown) {
     EXPECT_EQ(info.subcode, 0u);
     EXPECT_STREQ(info.exceptionClass, "Zinc::UnknownException");
     EXPECT_STREQ(info.message, "Zinc::UnknownException");
-    EXPECT_EQ(Wide(info), u"Zinc::UnknownException");
+    EXPECT_EQ(Wide(info), TMX_WIDE("Zinc::UnknownException"));
     EXPECT_STREQ(info.details, "");
 }
 
@@ -98,14 +99,14 @@ TEST(Frame, TextsLongerThanTheirFieldAreCut) {
     const std::string text(6000, 'x');
     const TmxErrorInfo info = Fail(Zinc::ZincException(text, 1, 2, text));
     EXPECT_EQ(std::string_view(info.message), text.substr(0, 1023));
-    EXPECT_EQ(Wide(info), std::u16string(1023, u'x'));
+    EXPECT_EQ(Wide(info), Zinc::WideString(1023, TMX_WIDE('x')));
     EXPECT_EQ(std::string_view(info.details), text.substr(0, 5631));
 }
 
 TEST(Frame, AConvertedTextIsCutToo) {
-    const std::u16string wide(3000, u'\u20AC');
-    std::u16string text = wide;
-    char16_t* thrown = text.data();
+    const Zinc::WideString wide(3000, TMX_WIDE('\u20AC'));
+    Zinc::WideString text = wide;
+    TmxWChar* thrown = text.data();
     const TmxErrorInfo info = Fail(thrown);
     EXPECT_EQ(std::string_view(info.message), std::string(1023, '\x80'));
     EXPECT_EQ(Wide(info), wide.substr(0, 1023));

@@ -22,6 +22,7 @@
 
 #include "support/checks.h"
 #include "support/model.h"
+#include "support/system.h"
 #include "support/value_sets.h"
 
 // ---- The allocation functions -------------------------------------------------------------------
@@ -55,8 +56,11 @@ void* Allocate(size_t size, size_t alignment, bool nothrow) noexcept {
     void* block = nullptr;
     if (alignment <= alignof(std::max_align_t)) {
         block = std::malloc(size != 0 ? size : 1);
-    } else {
-        block = std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+    } else if (void* const whole = std::malloc(size + alignment)) {
+        // The block proper begins behind a place for the address of the whole.
+        const uintptr_t place = (reinterpret_cast<uintptr_t>(whole) / alignment + 1) * alignment;
+        block = reinterpret_cast<void*>(place);
+        static_cast<void**>(block)[-1] = whole;
     }
     if (block != nullptr) liveBlocks.fetch_add(1, std::memory_order_relaxed);
     return block;
@@ -68,10 +72,10 @@ void* AllocateOrThrow(size_t size, size_t alignment) {
     return block;
 }
 
-void GiveBack(void* block) noexcept {
+void GiveBack(void* block, size_t alignment = 0) noexcept {
     if (block == nullptr) return;
     liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-    std::free(block);
+    std::free(alignment <= alignof(std::max_align_t) ? block : static_cast<void**>(block)[-1]);
 }
 
 size_t Of(std::align_val_t alignment) { return static_cast<size_t>(alignment); }
@@ -100,17 +104,25 @@ void operator delete(void* block) noexcept { GiveBack(block); }
 void operator delete[](void* block) noexcept { GiveBack(block); }
 void operator delete(void* block, size_t) noexcept { GiveBack(block); }
 void operator delete[](void* block, size_t) noexcept { GiveBack(block); }
-void operator delete(void* block, std::align_val_t) noexcept { GiveBack(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { GiveBack(block); }
-void operator delete(void* block, size_t, std::align_val_t) noexcept { GiveBack(block); }
-void operator delete[](void* block, size_t, std::align_val_t) noexcept { GiveBack(block); }
+void operator delete(void* block, std::align_val_t alignment) noexcept {
+    GiveBack(block, Of(alignment));
+}
+void operator delete[](void* block, std::align_val_t alignment) noexcept {
+    GiveBack(block, Of(alignment));
+}
+void operator delete(void* block, size_t, std::align_val_t alignment) noexcept {
+    GiveBack(block, Of(alignment));
+}
+void operator delete[](void* block, size_t, std::align_val_t alignment) noexcept {
+    GiveBack(block, Of(alignment));
+}
 void operator delete(void* block, const std::nothrow_t&) noexcept { GiveBack(block); }
 void operator delete[](void* block, const std::nothrow_t&) noexcept { GiveBack(block); }
-void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    GiveBack(block);
+void operator delete(void* block, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    GiveBack(block, Of(alignment));
 }
-void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    GiveBack(block);
+void operator delete[](void* block, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    GiveBack(block, Of(alignment));
 }
 
 namespace tmxtest {
@@ -119,7 +131,7 @@ namespace {
 // ---- One call under watch -----------------------------------------------------------------------
 
 // The display form of a date follows the environment; here it is short wherever this runs.
-const bool plainLocale = setenv("LC_ALL", "C", 1) == 0;
+const bool plainLocale = SetVariable("LC_ALL", "C");
 
 // Runs the call with the given allocation failing and tells what was seen.
 template <typename Call>
@@ -141,17 +153,18 @@ struct Record {
     uint32_t subcode = 0;
     std::string exceptionClass;
     std::string message;
-    std::u16string messageW;
+    WideString messageW;
 };
 
-const Record kBadAlloc = {0, 0, "Zinc::GenericException", "std::bad_alloc", u"std::bad_alloc"};
+const Record kBadAlloc = {0, 0, "Zinc::GenericException", "std::bad_alloc",
+                          TMX_W("std::bad_alloc")};
 const Record kWrongDecode = {1008, 3, "class TmxPLC::TmxPLCException", "Wrong decode method",
-                             u"Wrong decode method"};
+                             TMX_W("Wrong decode method")};
 const Record kTooSmall = {1008, 7, "class TmxPLC::TmxPLCException", "buffer too small",
-                          u"buffer too small"};
+                          TMX_W("buffer too small")};
 const Record kNoCatalogueRecord = {0, 0, "class Zinc::ZincException",
                                    "The generic action has no catalogue record",
-                                   u"The generic action has no catalogue record"};
+                                   TMX_W("The generic action has no catalogue record")};
 
 // The difference between the thread's last error and the one expected, null for none; empty if
 // there is none. Allocates nothing where they agree.
@@ -164,7 +177,7 @@ std::string Against(const Record* expected, bool withClass = true) {
                       std::string_view(info.exceptionClass) ==
                           (withClass ? std::string_view(expected->exceptionClass) : "") &&
                       info.message == std::string_view(expected->message) &&
-                      info.messageW == std::u16string_view(expected->messageW) &&
+                      info.messageW == std::basic_string_view<TmxWChar>(expected->messageW) &&
                       *info.details == 0;
     if (same) return "";
     return "recorded: " + std::to_string(info.code) + "/" + std::to_string(info.subcode) + " " +
@@ -309,16 +322,16 @@ constexpr size_t kLongText = 120;
 Values Long(const ActionFacts& action) {
     Values values = Typical(action);
     const std::string narrow(kLongText, 'n');
-    const std::u16string wide(kLongText, u'w');
+    const WideString wide(kLongText, TMX_W('w'));
     for (Value& value : values) {
         if (auto* text = std::get_if<std::string>(&value.data)) *text += narrow;
-        if (auto* text = std::get_if<std::u16string>(&value.data)) *text += wide;
+        if (auto* text = std::get_if<WideString>(&value.data)) *text += wide;
         if (auto* object = std::get_if<ObjectRef>(&value.data)) object->name += wide;
         if (auto* named = std::get_if<NamedId>(&value.data)) named->name += wide;
         if (auto* guid = std::get_if<GuidRef>(&value.data)) guid->name += wide;
         if (auto* set = std::get_if<DataSet>(&value.data)) {
-            set->push_back({{1, 2, 3, 4}, 5, u"middle"});
-            set->push_back({{1, 2, 3, 4}, 6, u"last"});
+            set->push_back({{1, 2, 3, 4}, 5, TMX_W("middle")});
+            set->push_back({{1, 2, 3, 4}, 6, TMX_W("last")});
             for (DataSetEntry& entry : *set) entry.name += wide;
         }
     }
@@ -351,10 +364,10 @@ int64_t CountTexts(const ActionFacts& action) {
     return count;
 }
 
-const std::u16string kLongName(150, u'N');
-const std::u16string kOtherLongName(170, u'O');
-const std::u16string kLongValue(200, u'<');
-const std::u16string kLongerValue(500, u'&');
+const WideString kLongName(150, TMX_W('N'));
+const WideString kOtherLongName(170, TMX_W('O'));
+const WideString kLongValue(200, TMX_W('<'));
+const WideString kLongerValue(500, TMX_W('&'));
 
 void GiveProperties(TmxHandle handle) {
     ASSERT_TRUE(TmxAct_SetProperty(handle, kLongName.c_str(), kLongValue.c_str()));
@@ -578,7 +591,7 @@ void TryAction(const ActionFacts& action, const ActionFacts& other) {
     for (const bool utf8 : {false, true}) {
         const std::string narrow = TextOf<char>(handle.get(), utf8);
         FailReading<char>(name + " from narrow text", narrow, utf8);
-        const std::u16string wide = TextOf<TmxWChar>(handle.get(), utf8);
+        const WideString wide = TextOf<TmxWChar>(handle.get(), utf8);
         FailReading<TmxWChar>(name + " from wide text", wide, utf8);
     }
     // Without an object there is nothing to read the properties for: the clone, which has none,
@@ -919,7 +932,7 @@ void TryByteStore() {
     FailStoringBytes("bytes of a generic action", generic.get());
 }
 
-std::u16string Wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
+WideString Wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 // The failure of reading where memory suffices.
 template <typename Char>
@@ -1010,10 +1023,10 @@ void TryByteReading() {
 
 // ---- Properties ---------------------------------------------------------------------------------
 
-std::u16string PropertyOf(TmxHandle handle, const std::u16string& name) {
+WideString PropertyOf(TmxHandle handle, const WideString& name) {
     const TmxWChar* value = nullptr;
     EXPECT_TRUE(TmxAct_GetProperty(handle, name.c_str(), &value));
-    return value != nullptr ? value : u"";
+    return value != nullptr ? value : TMX_W("");
 }
 
 void TrySetProperty() {
@@ -1031,33 +1044,33 @@ void TrySetProperty() {
                  {.call = set, .prepare = make, .finish = close, .check = [&](End) -> std::string {
                       return PropertyOf(handle, kLongName).empty() ? "" : "it is there";
                   }}));
-    EXPECT_LT(
-        2, FailEach("one more property", {.call = set,
-                                          .prepare =
-                                              [&] {
-                                                  make();
-                                                  TmxAct_SetProperty(handle, u"a", u"b");
-                                              },
-                                          .finish = close,
-                                          .check = [&](End) -> std::string {
-                                              return PropertyOf(handle, u"a") == u"b" &&
-                                                             PropertyOf(handle, kLongName).empty()
-                                                         ? ""
-                                                         : "the properties have changed";
-                                          }}));
-    EXPECT_LT(0, FailEach("a longer value", {.call = set,
-                                             .prepare =
-                                                 [&] {
-                                                     make();
-                                                     TmxAct_SetProperty(handle, kLongName.c_str(),
-                                                                        u"before");
-                                                 },
-                                             .finish = close,
-                                             .check = [&](End) -> std::string {
-                                                 return PropertyOf(handle, kLongName) == u"before"
-                                                            ? ""
-                                                            : "the value has changed";
-                                             }}));
+    EXPECT_LT(2, FailEach("one more property",
+                          {.call = set,
+                           .prepare =
+                               [&] {
+                                   make();
+                                   TmxAct_SetProperty(handle, TMX_W("a"), TMX_W("b"));
+                               },
+                           .finish = close,
+                           .check = [&](End) -> std::string {
+                               return PropertyOf(handle, TMX_W("a")) == TMX_W("b") &&
+                                              PropertyOf(handle, kLongName).empty()
+                                          ? ""
+                                          : "the properties have changed";
+                           }}));
+    EXPECT_LT(0, FailEach("a longer value",
+                          {.call = set,
+                           .prepare =
+                               [&] {
+                                   make();
+                                   TmxAct_SetProperty(handle, kLongName.c_str(), TMX_W("before"));
+                               },
+                           .finish = close,
+                           .check = [&](End) -> std::string {
+                               return PropertyOf(handle, kLongName) == TMX_W("before")
+                                          ? ""
+                                          : "the value has changed";
+                           }}));
     make();
     ASSERT_TRUE(set(nullptr));
     ExpectNone("removing a property",
@@ -1071,7 +1084,8 @@ void TryGetProperty() {
     const Handle handle = LongGenericAction();
     GiveProperties(handle.get());
     const TmxWChar* value = nullptr;
-    for (const TmxWChar* name : {kLongName.c_str(), u"none", static_cast<const TmxWChar*>(nullptr)})
+    for (const TmxWChar* name :
+         {kLongName.c_str(), TMX_W("none"), static_cast<const TmxWChar*>(nullptr)})
         ExpectNone("GetProperty", [&] { return TmxAct_GetProperty(handle.get(), name, &value); });
 }
 
@@ -1134,10 +1148,10 @@ void TryQueries() {
         [&] { return TmxAct_GetActionCodeByIndex(0) != TMX_NONE; },
         [&] { return TmxAct_GetInternalIndexByCode(122) != TMX_NONE; },
         [&] { return TmxAct_GetActionCodeByNameA("CameraOn") == 122; },
-        [&] { return TmxAct_GetActionCodeByNameW(u"cameraon") == 122; },
+        [&] { return TmxAct_GetActionCodeByNameW(TMX_W("cameraon")) == 122; },
         [&] { return TmxAct_GetActionCodeByNameW(kLongName.c_str()) == TMX_NONE; },
         [&] { return TmxAct_GetActionClassByNameA("Viewer") != TMX_NONE; },
-        [&] { return TmxAct_GetActionClassByNameW(u"Viewer") != TMX_NONE; },
+        [&] { return TmxAct_GetActionClassByNameW(TMX_W("Viewer")) != TMX_NONE; },
         [&] { return TmxAct_GetActionInfo(&action, 122); },
         [&] { return !TmxAct_GetActionInfo(&action, 99999); },
         [&] { return TmxAct_EnumerateActions(actions.data(), 1000) == 353; },
@@ -1168,10 +1182,10 @@ void FailSetter(const std::string& name, const std::function<bool(Info*)>& get,
 
     Info original{};
     ASSERT_TRUE(get(&original)) << name;
-    const std::u16string originalPlain = original.plainNameW;
+    const WideString originalPlain = original.plainNameW;
     Info changed = original;
     changed.plainNameW = kLongName.c_str();
-    std::u16string originalDescription;
+    WideString originalDescription;
     if constexpr (requires { original.descriptionW; }) {
         originalDescription = original.descriptionW;
         changed.descriptionW = kOtherLongName.c_str();
@@ -1530,23 +1544,23 @@ TEST_F(MemoryTest, StoringWithoutACalendarDate) {
 
 // What the machines of a site send all day. Texts of the usual lengths lie inside the object.
 std::vector<NamedValues> EverydayValues() {
-    const std::u16string longestInside(23, u'x');
+    const WideString longestInside(23, TMX_W('x'));
     std::vector<NamedValues> all;
-    all.push_back({"CameraOn", {{ObjectRef{0x1122334455667788, 3, u"Cam"}}}});
-    all.push_back(
-        {"ViewerConnect", {{ObjectRef{1, 2, u"V"}}, {ObjectRef{0, 7, u""}}, {int32_t{1}}}});
+    all.push_back({"CameraOn", {{ObjectRef{0x1122334455667788, 3, TMX_W("Cam")}}}});
+    all.push_back({"ViewerConnect",
+                   {{ObjectRef{1, 2, TMX_W("V")}}, {ObjectRef{0, 7, TMX_W("")}}, {int32_t{1}}}});
     const ActionFacts& setup = ActionByName("SetupChanged");
     Values values = Typical(setup);
     unsigned optionalTexts = 0;
     for (size_t i = 0; i < values.size(); ++i) {
         if (!setup.parameters[i].optional) continue;
         values[i].present =
-            std::holds_alternative<std::u16string>(values[i].data) && optionalTexts++ < 2;
+            std::holds_alternative<WideString>(values[i].data) && optionalTexts++ < 2;
     }
     all.push_back({"SetupChanged", values});
     values = Typical(ActionByName("LenelAccessEvent"));
     for (Value& value : values) {
-        if (auto* text = std::get_if<std::u16string>(&value.data)) *text = longestInside;
+        if (auto* text = std::get_if<WideString>(&value.data)) *text = longestInside;
     }
     all.push_back({"LenelAccessEvent", values});
     return all;
@@ -1584,7 +1598,7 @@ TEST_F(MemoryTest, EverydayActionsAskForTheirObjectAlone) {
                           made = FromText(narrow.data(), narrow.size(), utf8, nullptr);
                       }));
             EXPECT_TRUE(Handle(made));
-            const std::u16string wide = TextOf<TmxWChar>(handle.get(), utf8);
+            const WideString wide = TextOf<TmxWChar>(handle.get(), utf8);
             EXPECT_EQ(
                 1, Allocations([&] { made = FromText(wide.data(), wide.size(), utf8, nullptr); }));
             EXPECT_TRUE(Handle(made));
@@ -1670,8 +1684,8 @@ TEST_F(MemoryTest, EverydayTemplatesAskForTheirObjectAndTheirDescription) {
 
 // One text a unit longer than what lies inside takes one allocation more.
 TEST_F(MemoryTest, ALongTextTakesOneAllocation) {
-    const std::u16string inside(23, u'x');
-    const std::u16string outside(24, u'x');
+    const WideString inside(23, TMX_W('x'));
+    const WideString outside(24, TMX_W('x'));
     for (const auto& [name, count] : {std::pair(&inside, 1), std::pair(&outside, 2)}) {
         const TmxObjectRef reference{1, name->c_str(), 2, 0};
         TmxHandle made = nullptr;

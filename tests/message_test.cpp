@@ -1,5 +1,6 @@
 // Message objects: references, clones, the small attributes, the catalogue's facts and equality.
 #include "support/edge_support.h"
+#include "support/reference_equal.h"
 
 namespace edge {
 namespace {
@@ -313,7 +314,9 @@ TEST_F(MessageTest, WideTextsCompareBySimpleCaseFolding) {
     EXPECT_TRUE(equal(abcConnect(u"\u00C4\u00D6\u00DC"), abcConnect(u"\u00E4\u00F6\u00FC")));
     EXPECT_TRUE(equal(abcConnect(u"\u0416"), abcConnect(u"\u0436")));
     EXPECT_TRUE(equal(abcConnect(u"\u03A3"), abcConnect(u"\u03C2")));
-    EXPECT_TRUE(equal(abcConnect(u"\U00010400"), abcConnect(u"\U00010428")));
+    // Not every system knows the case of these.
+    EXPECT_EQ(equal(abcConnect(u"\U00010400"), abcConnect(u"\U00010428")),
+              tmxtest::EqualWide(W(u"\U00010400"), W(u"\U00010428")));
     EXPECT_FALSE(equal(abcConnect(u"a"), abcConnect(u"\u00E4")));
 }
 

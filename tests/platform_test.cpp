@@ -136,13 +136,23 @@ constexpr std::uint64_t kUnixEpoch = 116'444'736'000'000'000;
 // ---- Errors -------------------------------------------------------------------------------------
 
 TEST(PlatformError, LastErrorBelongsToTheThread) {
-    Platform::SetLastError(0x8007007A);
-    EXPECT_EQ(Platform::LastError(), 0x8007007Au);
-    std::thread([] {
-        EXPECT_EQ(Platform::LastError(), 0u);
+    // The threads wait without calls of the system, which may set the number.
+    std::atomic<int> step{0};
+    std::uint32_t first = 4711;
+    std::thread other([&] {
+        while (step != 1) {
+        }
+        first = Platform::LastError();
         Platform::SetLastError(7);
-    }).join();
+        step = 2;
+    });
+    Platform::SetLastError(0x8007007A);
+    step = 1;
+    while (step != 2) {
+    }
     EXPECT_EQ(Platform::LastError(), 0x8007007Au);
+    other.join();
+    EXPECT_EQ(first, 0u);
     Platform::SetLastError(0);
     EXPECT_EQ(Platform::LastError(), 0u);
 }
@@ -194,35 +204,21 @@ TEST(PlatformUtf8, UnpairedSurrogatesAreReplaced) {
               "9");
 }
 
-TEST(PlatformUtf8, IllFormedBytesAreReplacedByMaximalParts) {
+TEST(PlatformUtf8, IllFormedBytesAreReplaced) {
     const WideChar bad = 0xFFFD;
-    const auto repeat = [&](std::size_t count) { return Wide(count, bad); };
-    // The four examples of The Unicode Standard, tables 3-8 to 3-11.
-    EXPECT_EQ(FromUtf8("\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41"), repeat(8) + TMX_WIDE("A"));
-    EXPECT_EQ(FromUtf8("\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41"), repeat(8) + TMX_WIDE("A"));
-    EXPECT_EQ(FromUtf8("\xF4\x91\x92\x93\xFF\x41\x80\xBF\x42"),
-              repeat(5) + TMX_WIDE("A") + repeat(2) + TMX_WIDE("B"));
-    EXPECT_EQ(FromUtf8("\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41"), repeat(4) + TMX_WIDE("A"));
     // Bytes that begin nothing.
     for (const unsigned byte : {0x80u, 0xBFu, 0xC0u, 0xC1u, 0xF5u, 0xF8u, 0xFCu, 0xFEu, 0xFFu}) {
-        EXPECT_EQ(FromUtf8(std::string{'a', static_cast<char>(byte), 'b'}),
-                  TMX_WIDE("a") + repeat(1) + TMX_WIDE("b"))
+        EXPECT_EQ(FromUtf8(std::string{'a', static_cast<char>(byte), 'b'}), (Wide{'a', bad, 'b'}))
             << byte;
     }
     // Cut at the end of the text.
-    EXPECT_EQ(FromUtf8("\xC3"), repeat(1));
-    EXPECT_EQ(FromUtf8("\xE2\x82"), repeat(1));
-    EXPECT_EQ(FromUtf8("\xF0\x9F\x98"), repeat(1));
-    EXPECT_EQ(FromUtf8("\xE2"), repeat(1));
+    EXPECT_EQ(FromUtf8("\xC3"), Wide{bad});
+    EXPECT_EQ(FromUtf8("\xE2\x82"), Wide{bad});
+    EXPECT_EQ(FromUtf8("\xF0\x9F\x98"), Wide{bad});
+    EXPECT_EQ(FromUtf8("\xE2"), Wide{bad});
     // Cut by a beginning of another sequence.
-    EXPECT_EQ(FromUtf8("\xC3\xC3\xA4"), repeat(1) + TMX_WIDE("\u00E4"));
-    EXPECT_EQ(FromUtf8("\xF0\x9F\xE2\x82\xAC"), repeat(1) + TMX_WIDE("\u20AC"));
-    // Borders of the second byte.
-    EXPECT_EQ(FromUtf8("\xE0\x9F\xBF"), repeat(3));
-    EXPECT_EQ(FromUtf8("\xE0\xA0\x80"), TMX_WIDE("\u0800"));
-    EXPECT_EQ(FromUtf8("\xED\xA0\x80"), repeat(3));
-    EXPECT_EQ(FromUtf8("\xF0\x8F\xBF\xBF"), repeat(4));
-    EXPECT_EQ(FromUtf8("\xF4\x90\x80\x80"), repeat(4));
+    EXPECT_EQ(FromUtf8("\xC3\xC3\xA4"), (Wide{bad, 0xE4}));
+    EXPECT_EQ(FromUtf8("\xF0\x9F\xE2\x82\xAC"), (Wide{bad, 0x20AC}));
     EXPECT_EQ(FromUtf8("\xEF\xBB\xBF"
                        "a"),
               TMX_WIDE("\uFEFFa"));
@@ -603,6 +599,25 @@ TEST(PlatformError, AskingForATextKeepsErrno) {
     ErrorText(ENOENT);
     ErrorText(4711);
     EXPECT_EQ(errno, EBADF);
+}
+
+// ---- Own services: UTF-8 ------------------------------------------------------------------------
+
+TEST(PlatformUtf8, IllFormedBytesAreReplacedByMaximalParts) {
+    const WideChar bad = 0xFFFD;
+    const auto repeat = [&](std::size_t count) { return Wide(count, bad); };
+    // The four examples of The Unicode Standard, tables 3-8 to 3-11.
+    EXPECT_EQ(FromUtf8("\xC0\xAF\xE0\x80\xBF\xF0\x81\x82\x41"), repeat(8) + TMX_WIDE("A"));
+    EXPECT_EQ(FromUtf8("\xED\xA0\x80\xED\xBF\xBF\xED\xAF\x41"), repeat(8) + TMX_WIDE("A"));
+    EXPECT_EQ(FromUtf8("\xF4\x91\x92\x93\xFF\x41\x80\xBF\x42"),
+              repeat(5) + TMX_WIDE("A") + repeat(2) + TMX_WIDE("B"));
+    EXPECT_EQ(FromUtf8("\xE1\x80\xE2\xF0\x91\x92\xF1\xBF\x41"), repeat(4) + TMX_WIDE("A"));
+    // Borders of the second byte.
+    EXPECT_EQ(FromUtf8("\xE0\x9F\xBF"), repeat(3));
+    EXPECT_EQ(FromUtf8("\xE0\xA0\x80"), TMX_WIDE("\u0800"));
+    EXPECT_EQ(FromUtf8("\xED\xA0\x80"), repeat(3));
+    EXPECT_EQ(FromUtf8("\xF0\x8F\xBF\xBF"), repeat(4));
+    EXPECT_EQ(FromUtf8("\xF4\x90\x80\x80"), repeat(4));
 }
 
 // ---- Own services: ANSI -------------------------------------------------------------------------

@@ -48,7 +48,7 @@ void Together(const std::function<void(unsigned thread)>& work) {
 // An object in all its forms.
 struct Forms {
     std::array<std::string, 4> narrow;  // by display + 2 * utf8
-    std::array<std::u16string, 4> wide;
+    std::array<WideString, 4> wide;
     Bytes bytes;
     bool operator==(const Forms&) const = default;
 };
@@ -144,10 +144,10 @@ TEST_F(ThreadsTest, ObjectsOfTheirOwn) {
             bool equal = false;
             ASSERT_TRUE(TmxAct_Equal(handle.get(), read.get(), &equal));
             ASSERT_TRUE(equal) << sample.action->name;
-            const std::u16string value(30 + thread, u'v');
-            ASSERT_TRUE(TmxAct_SetProperty(read.get(), u"name", value.c_str()));
+            const WideString value(30 + thread, TMX_W('v'));
+            ASSERT_TRUE(TmxAct_SetProperty(read.get(), TMX_W("name"), value.c_str()));
             const TmxWChar* found = nullptr;
-            ASSERT_TRUE(TmxAct_GetProperty(read.get(), u"name", &found));
+            ASSERT_TRUE(TmxAct_GetProperty(read.get(), TMX_W("name"), &found));
             ASSERT_EQ(value, found);
             done.fetch_add(1);
         }
@@ -164,7 +164,7 @@ TEST_F(ThreadsTest, ErrorsOfTheirOwn) {
         // The months 20 to 27 don't exist.
         const std::string guid = "guid of thread " + std::to_string(thread);
         const std::string guidText = "CancelExport (\"" + guid + "\", 1)";
-        const std::u16string guidTextW(guidText.begin(), guidText.end());
+        const WideString guidTextW(guidText.begin(), guidText.end());
         const std::string dateText =
             "SystemStarted (\"2026/2" + std::to_string(thread) + "/15 11:00:00,000 GMT\")";
         for (unsigned round = 0; round < kRounds; ++round) {
@@ -235,7 +235,7 @@ TEST_F(ThreadsTest, SharedObject) {
         const ActionFacts& action = ActionByName(name);
         const Values values = Typical(action);
         Handle handle(Create(action, values));
-        ASSERT_TRUE(TmxAct_SetProperty(handle.get(), u"name", u"value"));
+        ASSERT_TRUE(TmxAct_SetProperty(handle.get(), TMX_W("name"), TMX_W("value")));
         const Forms forms = FormsOf(handle.get());
         Together([&](unsigned thread) {
             for (unsigned round = 0; round < kRounds / 4; ++round) {
@@ -255,8 +255,8 @@ TEST_F(ThreadsTest, SharedObject) {
                 ASSERT_LE(2u, count);
                 ASSERT_GE(1 + kThreads, count);
                 const TmxWChar* value = nullptr;
-                ASSERT_TRUE(TmxAct_GetProperty(handle.get(), u"name", &value));
-                ASSERT_EQ(std::u16string(u"value"), value);
+                ASSERT_TRUE(TmxAct_GetProperty(handle.get(), TMX_W("name"), &value));
+                ASSERT_EQ(WideString(TMX_W("value")), value);
                 TmxObjectRef* reference = nullptr;
                 ASSERT_TRUE(TmxAct_GetVideoInput(handle.get(), &reference));
                 ASSERT_EQ(action.name == "ViewerConnect", reference != nullptr);
@@ -374,7 +374,8 @@ TEST_F(ThreadsTest, SharedTemplates) {
 
 // Whoever gives back the last reference ends the object, once.
 TEST_F(ThreadsTest, LastReferenceEndsTheObject) {
-    const TmxObjectRef camera{1, u"a camera with a name that is too long to lie inside", 2, 0};
+    const TmxObjectRef camera{1, TMX_W("a camera with a name that is too long to lie inside"), 2,
+                              0};
     const uint32_t before = TmxAct_GetNumberOfOpenHandles();
     const int64_t blocks = liveBlocks.load();
     {
@@ -551,7 +552,7 @@ TEST_F(ThreadsTest, ThreadsThatComeAndGo) {
             EXPECT_EQ("1008/3 Wrong decode method", LastError());
         } else if (number % 3 == 1) {
             EXPECT_FALSE(HasError());
-            const TmxObjectRef camera{1, u"Cam", 2, 0};
+            const TmxObjectRef camera{1, TMX_W("Cam"), 2, 0};
             const Handle own(TmxAct_CreateCameraOn(&camera));
             EXPECT_TRUE(own);
         } else {

@@ -1,9 +1,10 @@
 // The text of every value type: what the writer prints in the machine and in the display form, what
 // the reader takes, and where the two differ.
 #include <limits>
-#include <locale>
 
 #include "support/edge_support.h"
+#include "support/reference_encoding.h"
+#include "support/system.h"
 
 namespace edge {
 namespace {
@@ -205,7 +206,8 @@ TEST_F(ValueTextTest, IllFormedUtf8IsReplacedPartByPart) {
     EXPECT_EQ(decoded("\xE4"), W(u"\uFFFD"));
     EXPECT_EQ(decoded("\xE2\x82x"), W(u"\uFFFDx"));
     EXPECT_EQ(decoded("\xC0\x80"), W(u"\uFFFD\uFFFD"));
-    EXPECT_EQ(decoded("\xED\xA0\x80"), W(u"\uFFFD\uFFFD\uFFFD"));
+    // How many parts these are is for the system to say.
+    EXPECT_EQ(decoded("\xED\xA0\x80"), tmxtest::ToWide("\xED\xA0\x80", true));
     EXPECT_EQ(decoded("\xF0\x9F\x98"), W(u"\uFFFD"));
     EXPECT_EQ(decoded("\xF5\x80"), W(u"\uFFFD\uFFFD"));
     EXPECT_EQ(decoded("\x80\xFF"), W(u"\uFFFD\uFFFD"));
@@ -287,12 +289,6 @@ TEST_F(ValueTextTest, ADateTimeHasItsClockTimeAndZoneInMachineForm) {
 }
 
 TEST_F(ValueTextTest, ADateTimeDisplaysAsShortDateAndTimeOfTheLocaleWithoutAZone) {
-    std::locale locale = std::locale::classic();
-    try {
-        locale = std::locale("");
-    } catch (const std::exception&) {
-        // An environment that names an unknown locale leaves the classic one.
-    }
     std::tm clock{};
     clock.tm_year = 126;
     clock.tm_mon = 10;
@@ -302,11 +298,8 @@ TEST_F(ValueTextTest, ADateTimeDisplaysAsShortDateAndTimeOfTheLocaleWithoutAZone
     clock.tm_sec = 56;
     clock.tm_wday = 0;
     clock.tm_yday = 318;
-    std::ostringstream expected;
-    expected.imbue(locale);
-    expected << std::put_time(&clock, "%x %X");
     EXPECT_EQ(textA(taken("SetClock (\"2026/11/15 12:34:56,789 GMT+01:00\")").get(), true),
-              "SetClock; Date: \"" + expected.str() + "\"");
+              "SetClock; Date: \"" + tmxtest::ShortDateAndTime(clock) + "\"");
 }
 
 TEST_F(ValueTextTest, GuidsAreLowerCaseWithoutBracesInBothForms) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Tests of the command-line program: run.py --tmxact PATH [TEST...]
+"""Tests of the command-line program: run.py --tmxact PATH [--launcher PROGRAM] [TEST...]
 
 Each case runs the program as a user would. Expected texts stand in the cases; those of --help and
 the version are files in golden/, which --update writes anew.
@@ -13,6 +13,7 @@ import pty
 import re
 import resource
 import select
+import shlex
 import shutil
 import signal
 import struct
@@ -209,13 +210,6 @@ class Help(Case):
                 self.assertEqual((2, ""), (result.code, result.out))
                 self.assertIn(word, result.err)
                 self.assertIn("--help", result.err)
-
-    def test_help_to_full_disk(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([TMXACT, "--help"], stdout=full, stderr=subprocess.PIPE,
-                                  env=environment(), timeout=20)
-        self.assertEqual(4, done.returncode)
-        self.assertIn(b"No space left", done.stderr)
 
 
 class Convert(Case):
@@ -1473,6 +1467,48 @@ class Streams(Case):
         self.assertEqual(0, process.wait(20))
         self.assertLess(time.monotonic() - begin, 15)
 
+    def test_broken_pipe_is_quiet(self):
+        self.file("in.txt", "CameraOn (1)\n" * 500_000)
+        process = self.open_pipe("convert", "--to", "text", "in.txt")
+        self.read_within(process.stdout, 13)
+        process.stdout.close()
+        self.assertEqual(b"", process.stderr.read())
+        self.assertEqual(0, process.wait(20))
+
+
+class System(Case):
+    def test_missing_file(self):
+        self.file("a.txt", "CameraOn (1)")
+        self.check(["convert", "--to", "text", "none.txt", "a.txt"], code=4, out="CameraOn (1)\n",
+                   err="tmxact: none.txt: can't open: No such file or directory\n")
+        self.check(["check", "-q", "none.txt"], code=4,
+                   err="tmxact: none.txt: can't open: No such file or directory\n")
+
+    def test_folder(self):
+        self.check(["convert", "--to", "text", "."], code=4,
+                   err="tmxact: .: can't read: Is a directory\n")
+
+    def test_empty_file_names(self):
+        self.check(["check", "-q", ""], code=4, err="tmxact: a file's name is empty\n")
+        self.check(["convert", "--to", "text", "-o", ""], code=4,
+                   err="tmxact: the output file's name is empty\n")
+
+    def test_output_that_cannot_be_made(self):
+        result = self.run_tmxact("convert", "--to", "text", "-o", "no/such/folder")
+        self.assertEqual(4, result.code)
+        self.assertIn("can't open for writing: No such file or directory", result.err)
+
+
+class Posix(Case):
+    """Devices, limits, permissions, signals and streams of POSIX systems."""
+
+    def test_help_to_full_disk(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TMXACT, "--help"], stdout=full, stderr=subprocess.PIPE,
+                                  env=environment(), timeout=20)
+        self.assertEqual(4, done.returncode)
+        self.assertIn(b"No space left", done.stderr)
+
     def peaks(self, piece, count, *arguments):
         """Pipes count pieces through; gives the peak memory after a tenth of them and at the end."""
         process = subprocess.Popen([TMXACT, "convert", *arguments], stdin=subprocess.PIPE,
@@ -1497,14 +1533,6 @@ class Streams(Case):
             with self.subTest(arguments):
                 early, late = self.peaks(piece, 200_000_000 // len(piece), *arguments)
                 self.assertLess(late - early, 4_000_000)
-
-    def test_broken_pipe_is_quiet(self):
-        self.file("in.txt", "CameraOn (1)\n" * 500_000)
-        process = self.open_pipe("convert", "--to", "text", "in.txt")
-        self.read_within(process.stdout, 13)
-        process.stdout.close()
-        self.assertEqual(b"", process.stderr.read())
-        self.assertEqual(0, process.wait(20))
 
     def test_interrupt_while_waiting(self):
         for number, code in ((signal.SIGINT, 130), (signal.SIGTERM, 143)):
@@ -1531,19 +1559,6 @@ class Streams(Case):
             out = stream.read()
         self.assertTrue(out)
         self.assertEqual({line}, set(out.splitlines(keepends=True)))
-
-
-class System(Case):
-    def test_missing_file(self):
-        self.file("a.txt", "CameraOn (1)")
-        self.check(["convert", "--to", "text", "none.txt", "a.txt"], code=4, out="CameraOn (1)\n",
-                   err="tmxact: none.txt: can't open: No such file or directory\n")
-        self.check(["check", "-q", "none.txt"], code=4,
-                   err="tmxact: none.txt: can't open: No such file or directory\n")
-
-    def test_folder(self):
-        self.check(["convert", "--to", "text", "."], code=4,
-                   err="tmxact: .: can't read: Is a directory\n")
 
     def test_permission(self):
         path = self.file("a.txt", "CameraOn (1)")
@@ -1602,16 +1617,6 @@ class System(Case):
         self.assertEqual(3, done.returncode)
         with open(os.path.join(self.folder, "out.txt"), encoding="utf-8") as stream:
             self.assertEqual("CameraOn (1)\n", stream.read())
-
-    def test_empty_file_names(self):
-        self.check(["check", "-q", ""], code=4, err="tmxact: a file's name is empty\n")
-        self.check(["convert", "--to", "text", "-o", ""], code=4,
-                   err="tmxact: the output file's name is empty\n")
-
-    def test_output_that_cannot_be_made(self):
-        result = self.run_tmxact("convert", "--to", "text", "-o", "no/such/folder")
-        self.assertEqual(4, result.code)
-        self.assertIn("can't open for writing: No such file or directory", result.err)
 
 
 class Terminal(Case):
@@ -1783,10 +1788,18 @@ def main():
     global TMXACT, UPDATE
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--tmxact", required=True, help="the program to test")
+    parser.add_argument("--launcher", help="a program that runs it, such as Wine's")
     parser.add_argument("--update", action="store_true", help="write the golden files anew")
     parser.add_argument("tests", nargs="*", help="names of cases, such as Convert.test_ansi")
     options = parser.parse_args()
     TMXACT, UPDATE = os.path.abspath(options.tmxact), options.update
+    if options.launcher:
+        scripts = tempfile.TemporaryDirectory(prefix="tmxact-")
+        launcher = shlex.join([os.path.abspath(options.launcher), TMXACT])
+        TMXACT = os.path.join(scripts.name, "tmxact")
+        with open(TMXACT, "w", encoding="utf-8") as script:
+            script.write(f'#!/bin/sh\nexec {launcher} "$@"\n')
+        os.chmod(TMXACT, 0o755)
     os.makedirs(os.path.join(HERE, "golden"), exist_ok=True)
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
     unittest.main(argv=[sys.argv[0], *options.tests], verbosity=2)

@@ -20,6 +20,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/system.h"
+
 namespace edge {
 
 // ---- Texts --------------------------------------------------------------------------------------
@@ -133,8 +135,9 @@ inline Error noCatalogueRecord() {
 }
 inline Error noCalendarDate() {
     return errorOf(2, 87, "class Zinc::SystemException",
-                   "Unknown system error [ErrorCode #87] in struct _SYSTEMTIME __cdecl "
-                   "Zinc::FileTimeToSystemTime(const struct _FILETIME &)");
+                   tmxtest::SystemErrorText(87) +
+                       " [ErrorCode #87] in struct _SYSTEMTIME __cdecl "
+                       "Zinc::FileTimeToSystemTime(const struct _FILETIME &)");
 }
 
 // ---- Values -------------------------------------------------------------------------------------

@@ -7,8 +7,8 @@
 
 namespace tmxtest {
 
-// Wide texts: case folded for the letters of Latin-1, Greek, Cyrillic and Deseret, which is all
-// that the tests compare.
+// Wide texts, by the system where it has a comparison (Windows), else case folded for the letters
+// of Latin-1, Greek, Cyrillic and Deseret, which is all that the tests compare.
 bool EqualWide(const WideString& a, const WideString& b);
 
 // a stands on the left: for references it chooses what is compared.

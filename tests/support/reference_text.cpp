@@ -4,14 +4,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <iomanip>
 #include <limits>
-#include <locale>
-#include <sstream>
-#include <stdexcept>
 #include <type_traits>
 
 #include "support/reference_encoding.h"
+#include "support/system.h"
 
 namespace tmxtest {
 
@@ -105,17 +102,7 @@ std::string DisplayTime(const Calendar& c) {
     time.tm_sec = c.second;
     const int64_t days = ToMilliseconds(c) / kMillisecondsOfDay;
     time.tm_wday = static_cast<int>((days + 1) % 7);
-    // The form of the environment's locale, as the system prints it.
-    std::locale locale = std::locale::classic();
-    try {
-        locale = std::locale(locale, "", std::locale::time);
-    } catch (const std::runtime_error&) {
-        // The environment names a locale that isn't there.
-    }
-    std::ostringstream stream;
-    stream.imbue(locale);
-    stream << std::put_time(&time, "%x %X");
-    return stream.str();
+    return ShortDateAndTime(time);
 }
 
 // ---- Writer ------------------------------------------------------------------------------------

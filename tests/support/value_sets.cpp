@@ -6,6 +6,7 @@
 #include <random>
 
 #include "support/reference_encoding.h"
+#include "support/reference_equal.h"
 
 namespace tmxtest {
 
@@ -347,7 +348,8 @@ std::vector<ValuePair> PairsOfValues(Type type) {
                     {narrow("\xE4"), narrow("\xC4"), false, false},
                     {narrow("@["), narrow("`{"), false, false},
                     {narrow("zZ"), narrow("Zz"), true, true}};
-        case Type::WideText:
+        case Type::WideText: {
+            const bool deseret = EqualWide(TMX_W("\U00010400"), TMX_W("\U00010428"));
             return {{wide(TMX_W("abc")), wide(TMX_W("ABC")), true, true},
                     {wide(TMX_W("abc")), wide(TMX_W("abd")), false, false},
                     {wide(TMX_W("abc")), wide(TMX_W("abcd")), false, false},
@@ -359,10 +361,12 @@ std::vector<ValuePair> PairsOfValues(Type type) {
                     {wide(TMX_W("\u03C3\u03A3")), wide(TMX_W("\u03C2\u03C3")), true, true},
                     {wide(TMX_W("\u0436")), wide(TMX_W("\u0416")), true, true},
                     {wide(TMX_W("\u212A")), wide(TMX_W("k")), true, true},
-                    {wide(TMX_W("\U00010400")), wide(TMX_W("\U00010428")), true, true},
+                    // Not every system knows the case of these.
+                    {wide(TMX_W("\U00010400")), wide(TMX_W("\U00010428")), deseret, deseret},
                     {wide(TMX_W("\U0001F3A5")), wide(TMX_W("\U0001F3A6")), false, false},
                     {wide(TMX_W("\xD800")), wide(TMX_W("\xD801")), false, false},
                     {wide(TMX_W("@[")), wide(TMX_W("`{")), false, false}};
+        }
         case Type::Bool:
             return {
                 {true, true, true, true}, {true, false, false, false}, {false, false, true, true}};

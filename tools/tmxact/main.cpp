@@ -124,6 +124,8 @@ int Main(int argc, char** argv) {
     program.formatter(std::make_shared<HelpFormatter>());
     program.get_formatter()->column_width(26);
     program.require_subcommand(0, 1);
+    // On no system does a "/" begin an option.
+    program.allow_windows_style_options(false);
     program.set_help_flag("-h,--help", "Tell how to use it");
     program.set_version_flag("--version", Version, "Tell the versions of program and interface");
 
@@ -188,7 +190,11 @@ int main(int argc, char** argv) {
     try {
         HoldStandardStreams();
         CatchSignals();
-        return Main(argc, argv);
+        std::vector<std::string> words = CommandLine(argc, argv);
+        std::vector<char*> pointers;
+        for (std::string& word : words) pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+        return Main(static_cast<int>(words.size()), pointers.data());
     } catch (const BrokenPipe&) {
         return kExitDone;  // whoever read the output has had enough
     } catch (const Interrupted& interrupted) {

@@ -68,6 +68,7 @@ void Reporter::Print(const std::string& text) {
     ClearLine();
     // Nobody is left to be told where this fails.
     std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
 }
 
 void Reporter::Place(const Refusal& refusal, std::string_view color, std::string_view word) {

@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace tmxact {
 
@@ -36,6 +37,9 @@ class Interrupted : public std::exception {
   private:
     int signal_;
 };
+
+// The words of the command line in UTF-8, the program's own first.
+std::vector<std::string> CommandLine(int argc, char** argv);
 
 // Owns an open file descriptor; the standard streams are borrowed, and not closed.
 class File {
@@ -83,7 +87,8 @@ bool StandardErrorIsTerminal();
 unsigned TerminalColumns();
 
 // Takes the places of standard streams that were closed when the program began, so that no file is
-// opened there and taken for one of them.
+// opened there and taken for one of them. From now on they carry bytes as they are, and a console
+// takes UTF-8 and the sequences for colours.
 void HoldStandardStreams();
 
 // From now on a first SIGINT or SIGTERM is remembered, a second one ends the program at once;

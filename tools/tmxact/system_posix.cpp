@@ -32,6 +32,10 @@ void OnSignal(int signal) {
 
 }  // namespace
 
+std::vector<std::string> CommandLine(int argc, char** argv) {
+    return std::vector<std::string>(argv, argv + argc);
+}
+
 File::File(int descriptor, std::string name, bool owned) noexcept
     : descriptor_(descriptor), name_(std::move(name)), owned_(owned) {}
 

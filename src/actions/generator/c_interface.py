@@ -216,3 +216,8 @@ def action_list(catalogue):
 def version_script(names):
     listed = "".join(f"        {name};\n" for name in names)
     return f"TMXACTIONS_1 {{\n    global:\n{listed}    local:\n        *;\n}};\n"
+
+
+def module_definitions(names):
+    """The list of exports for the linkers of Windows."""
+    return "LIBRARY tmxactions.dll\nEXPORTS\n" + "".join(f"    {name}\n" for name in names)

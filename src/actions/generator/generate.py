@@ -52,6 +52,7 @@ def main():
     write(out / "include/tmxactions/actions.def", c_interface.action_list(catalogue))
     write(out / "exports.txt", "".join(f"{name}\n" for name in sorted(exports)))
     write(out / "exports.map", c_interface.version_script(sorted(exports)))
+    write(out / "exports.def", c_interface.module_definitions(sorted(exports)))
     write(out / "src/catalogue/static_table.inc", cxx_classes.static_table(catalogue))
     write(out / "src/actions/families.h", cxx_classes.families(catalogue))
     for family in catalogue.families:
