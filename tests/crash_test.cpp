@@ -414,6 +414,17 @@ TEST_F(Crash, WithDescriptorsShort) {
     ExpectCrash("no-descriptors", "STATUS_ACCESS_VIOLATION", "c0000005", 2, "write_to_null");
 }
 
+TEST_F(Crash, WithoutStandardFilesKeepsItsTextsOutOfTheDumps) {
+    ExpectCrash("no-output", "STATUS_ACCESS_VIOLATION", "c0000005", 2, "write_to_null");
+    EXPECT_EQ(Logged().size(), 1U);
+    for (const std::string& dump : BothDumps())
+        EXPECT_EQ(ReadFile(folder + "/" + dump).substr(0, 4),
+                  "\x7F"
+                  "ELF");
+    // The dialogs went nowhere.
+    EXPECT_EQ(Count(ReadFile(folder + "/tmxchild.MiniDump.dmp"), "diagnosis file has been"), 0U);
+}
+
 TEST_F(Crash, WhereThereCanBeNoHelper) {
     ExpectCrash("no-processes", "STATUS_ACCESS_VIOLATION", "c0000005", 2, "write_to_null");
     // A thread that sleeps in the system is seen from there; the dialogs are told all the same.

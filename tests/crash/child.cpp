@@ -333,6 +333,11 @@ const Mode kModes[] = {
          crashing = true;
          write_to_null();
      }},
+    {"no-output",
+     [] {
+         for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(standard);
+         write_to_null();
+     }},
     {"no-processes",
      [] {
          Start(Bystander);

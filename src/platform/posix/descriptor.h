@@ -2,6 +2,7 @@
 // pipe, and in a process that has crashed nobody is waited for.
 #pragma once
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <time.h>
@@ -55,6 +56,15 @@ class PipeSignalGuard {
     sigset_t saved_;
     bool wasPending_ = false;
 };
+
+/// Moves a descriptor away from the three standard ones, which somebody else may have closed and
+/// writes to all the same. Returns the one to use.
+inline int AboveStandard(int file) noexcept {
+    if (file < 0 || file > STDERR_FILENO) return file;
+    const int moved = fcntl(file, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(file);
+    return moved;
+}
 
 /// One write, unless the system takes only a part of it. False: not all could be written. In a
 /// process that has crashed, a reader who doesn't read is given up after a second.

@@ -32,7 +32,7 @@ int Connect() noexcept {
     const std::size_t length = std::strlen(path);
     if (length >= sizeof address.sun_path) return -1;
     std::memcpy(address.sun_path, path, length);
-    const int log = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int log = Detail::AboveStandard(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (log < 0) return -1;
     // A daemon that doesn't read doesn't hold up the program.
     setsockopt(log, SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);

@@ -65,11 +65,11 @@ bool OutputFile::Open(const char* path, Access access) noexcept {
     Close();
     constexpr int kFlags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY;
     if (access == Access::Default) {
-        handle_ = open(path, kFlags | O_TRUNC, 0666);
+        handle_ = Detail::AboveStandard(open(path, kFlags | O_TRUNC, 0666));
         return handle_ != kNone;
     }
     // A file that somebody else has put there, or a link, is left alone.
-    handle_ = open(path, kFlags | O_EXCL | O_NOFOLLOW, 0600);
+    handle_ = Detail::AboveStandard(open(path, kFlags | O_EXCL | O_NOFOLLOW, 0600));
     if (handle_ == kNone) return false;
     fchmod(static_cast<int>(handle_), 0600);
     return true;
