@@ -3,20 +3,25 @@
 #pragma once
 
 #include "actions/fields.h"
-#include "objects/message.h"
 
-namespace TmxPLC {
+namespace TmxPLC::ClientInfo {
 
-template <class Action>
-ClientParameters FindClientParameters(Action& action) noexcept {
-    static_cast<void>(action);
-    if constexpr (HasParameter<Action>("ClientHost") && HasParameter<Action>("ClientType") &&
-                  HasParameter<Action>("ClientAccount"))
-        return {&FieldAt<Action, PlaceOf<Action>("ClientHost")>::In(action),
-                &FieldAt<Action, PlaceOf<Action>("ClientType")>::In(action),
-                &FieldAt<Action, PlaceOf<Action>("ClientAccount")>::In(action)};
-    else
-        return {};
+inline constexpr std::string_view kHost = "ClientHost";
+inline constexpr std::string_view kType = "ClientType";
+inline constexpr std::string_view kAccount = "ClientAccount";
+
+/// The parameter of this name, absent or not; null in a class that tells no client.
+template <const std::string_view& Name, class Action>
+void* Find(Action& action) noexcept {
+    if constexpr (HasParameter<Action>(kHost) && HasParameter<Action>(kType) &&
+                  HasParameter<Action>(kAccount)) {
+        using Parameter = FieldAt<Action, PlaceOf<Action>(Name)>;
+        static_assert(Parameter::kOptional);
+        return &Parameter::In(action);
+    } else {
+        static_cast<void>(action);
+        return nullptr;
+    }
 }
 
-}  // namespace TmxPLC
+}  // namespace TmxPLC::ClientInfo

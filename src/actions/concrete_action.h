@@ -108,8 +108,6 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
 
     CTmxMatchAction* CreateMatchAction() const final { return Facts::Template::From(Self()); }
 
-    ClientParameters GetClientParameters() noexcept final { return FindClientParameters(Self()); }
-
     /// A new object from the flat arguments of the first parameters; the rest is absent. Null where
     /// there is no memory for the object.
     template <class... Flat>
@@ -151,6 +149,12 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
                 return Routing::Find<Routing::ForeignKey>(Self(), kind);
             case RoutingRole::GenericInt32:
                 return Routing::Find<Routing::GenericInt32>(Self(), kind);
+            case RoutingRole::ClientHost:
+                return ClientInfo::Find<ClientInfo::kHost>(Self());
+            case RoutingRole::ClientType:
+                return ClientInfo::Find<ClientInfo::kType>(Self());
+            case RoutingRole::ClientAccount:
+                return ClientInfo::Find<ClientInfo::kAccount>(Self());
         }
         return nullptr;
     }

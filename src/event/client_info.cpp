@@ -6,11 +6,14 @@ namespace TmxPLC {
 
 namespace {
 
-// By way of a copy: the text may be the one that the object gave out.
-void Set(Optional<WideText>& parameter, const WideChar* text) {
-    if (text == nullptr) return;
+WideText Copy(const WideChar* text) {
     WideText copy;
     copy.AssignTerminated(text);
+    return copy;
+}
+
+void Set(Optional<WideText>& parameter, const WideChar* text, WideText& copy) noexcept {
+    if (text == nullptr) return;
     parameter.value = std::move(copy);
     parameter.present = true;
 }
@@ -25,9 +28,12 @@ bool UpdateWindowsClientInfo(CTmxAction& action, const WideChar* host, std::int3
                              const WideChar* account) {
     const ClientParameters client = action.GetClientParameters();
     if (client.host == nullptr) return false;
-    Set(*client.host, host);
+    // Both copies come first: the texts may be the object's own, and what fails changes nothing.
+    WideText hostCopy = Copy(host);
+    WideText accountCopy = Copy(account);
+    Set(*client.host, host, hostCopy);
     if (type != 0) *client.type = {true, type};
-    Set(*client.account, account);
+    Set(*client.account, account, accountCopy);
     return true;
 }
 

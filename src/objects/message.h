@@ -45,6 +45,13 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
     CTmxMessage(const CTmxMessage& other) noexcept : CTmxMessage(other.code) {}
 };
 
+/// The client that sent an action, as some actions tell it.
+struct ClientParameters {
+    Optional<WideText>* host;
+    Optional<std::int32_t>* type;
+    Optional<WideText>* account;
+};
+
 /// The roles that a parameter may play for those who route actions.
 enum class RoutingRole : std::uint8_t {
     GuidReference,
@@ -56,13 +63,10 @@ enum class RoutingRole : std::uint8_t {
     OutputContact,
     ForeignKey,
     GenericInt32,
-};
-
-/// The client that sent an action, as some actions tell it.
-struct ClientParameters {
-    Optional<WideText>* host = nullptr;
-    Optional<std::int32_t>* type = nullptr;
-    Optional<WideText>* account = nullptr;
+    // The parameter itself, whether it is present or not.
+    ClientHost,
+    ClientType,
+    ClientAccount,
 };
 
 /// The base of all actions. The accessors by role give the parameter that plays the role inside the
@@ -95,8 +99,12 @@ class CTmxAction : public CTmxMessage {
         const std::int32_t* number = Find<std::int32_t>(RoutingRole::GenericInt32);
         return number != nullptr ? *number : 0;
     }
-    /// The parameters that tell the client of the action; null in an action that knows none.
-    virtual ClientParameters GetClientParameters() noexcept { return {}; }
+    /// All null in an action that knows no client.
+    ClientParameters GetClientParameters() noexcept {
+        return {Find<Optional<WideText>>(RoutingRole::ClientHost),
+                Find<Optional<std::int32_t>>(RoutingRole::ClientType),
+                Find<Optional<WideText>>(RoutingRole::ClientAccount)};
+    }
 
     Properties properties;
 
