@@ -180,9 +180,10 @@ std::string EventChart(const EventSummary& summary) {
         y = DrawHours(drawing, "By hour of the action's own time (" + summary.zone + ")", kOwnColor,
                       summary.ownHours, 150, y);
     if (summary.own < summary.total)
-        y = DrawHours(drawing,
-                      "By hour of the import, without a time of their own (" + summary.zone + ")",
-                      kImportColor, summary.importHours, 80, y);
+        y = DrawHours(
+            drawing,
+            "By hour of the import: events without a time of their own (" + summary.zone + ")",
+            kImportColor, summary.importHours, 80, y);
     constexpr double kHalf = (kWidth - 2 * kMargin - 24) / 2;
     const double classesEnd = DrawBars(drawing, "By class", summary.classes, kMargin, kHalf, y);
     double actionsEnd =

@@ -393,9 +393,10 @@ void EventDatabase::Session::OpenSqlite(const std::string& path, Access access) 
     // A writer waits for another one's transaction for a minute at the most. In the mode with a
     // write-ahead log "normal" keeps the database whole whatever happens; at a loss of power the
     // last transactions may be lost, but none in part.
-    sql_.open(soci::sqlite3, "db=" + FileUri(path) + (make ? "?mode=rwc" : "?mode=rw") +
-                                 " timeout=60 synchronous=normal");
+    sql_.open(soci::sqlite3,
+              "db=" + FileUri(path) + (make ? "?mode=rwc" : "?mode=rw") + " timeout=60");
     if (make) UseWriteAheadLog();
+    sql_ << "PRAGMA synchronous = NORMAL";
     sql_ << "PRAGMA cache_size = -65536";         // kB, of an import's working set
     sql_ << "PRAGMA wal_autocheckpoint = 16000";  // pages; fewer, longer checkpoints
     sql_ << "PRAGMA journal_size_limit = 67108864";
@@ -422,7 +423,9 @@ void EventDatabase::Session::UseWriteAheadLog() {
 }
 
 void EventDatabase::Session::OpenPostgresql(const std::string& url) {
-    sql_.open(soci::postgresql, url);
+    // SOCI takes the text for KEY=VALUE pairs, and leaves an URL as it is that ends in one.
+    sql_.open(soci::postgresql, url + (url.find('?') == std::string::npos ? '?' : '&') +
+                                    "fallback_application_name=tmxact");
     std::string encoding;
     sql_ << "SHOW server_encoding", soci::into(encoding);
     if (encoding != "UTF8")

@@ -321,7 +321,8 @@ Run AddEventsList(CLI::App& events, const ReportOptions& report) {
                     "Only events that hold this in a text or a name, in any case of letters")
         ->type_name("WORD");
     command.add_option("--limit", options->limit, "The most events that are listed; 0 for all [0]")
-        ->type_name("COUNT");
+        ->type_name("COUNT")
+        ->check(CLI::NonNegativeNumber);
     command.add_flag("--reverse", options->reversed, "The latest first");
     CLI::Option_group& forms = *command.add_option_group("Form");
     forms.add_flag_callback(

@@ -250,7 +250,8 @@ Run AddEventsStats(CLI::App& events, const ReportOptions& report) {
     command
         .add_option("--top", options->top,
                     "How many actions are told, the most frequent first; 0 for all [20]")
-        ->type_name("COUNT");
+        ->type_name("COUNT")
+        ->check(CLI::NonNegativeNumber);
     command.add_flag("--json", options->json, "As JSON, an object for each count");
     command.add_option("--svg", options->svg, "Draw the same as a picture in this file (SVG)")
         ->type_name("FILE");
