@@ -84,26 +84,6 @@ bool WideToUtf8(std::u16string_view wide, std::string& utf8) {
     return kept;
 }
 
-std::u16string Utf8ToWide(std::string_view utf8) {
-    std::u16string wide;
-    wide.reserve(utf8.size());
-    while (!utf8.empty()) {
-        const std::size_t length = Utf8Length(utf8);
-        const auto first = static_cast<unsigned char>(utf8.front());
-        std::uint32_t c = length == 0 ? 0xFFFD : length == 1 ? first : first & (0x7Fu >> length);
-        for (std::size_t i = 1; i < length; ++i)
-            c = (c << 6) | (static_cast<unsigned char>(utf8[i]) & 0x3Fu);
-        if (c >= 0x10000) {
-            wide += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-            wide += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
-        } else {
-            wide += static_cast<char16_t>(c);
-        }
-        utf8.remove_prefix(length == 0 ? 1 : length);
-    }
-    return wide;
-}
-
 std::int64_t UnixMilliseconds(TmxDateTime value) noexcept {
     return static_cast<std::int64_t>(value.value & kInstantMask) - kEpochMilliseconds;
 }

@@ -105,7 +105,6 @@ bool HoldsText(const EventRow& row, std::string_view lowerWord);
 // UTF-16 as UTF-8. Unpaired surrogates and U+0000, which no database column carries, become U+FFFD;
 // false if there are any.
 bool WideToUtf8(std::u16string_view wide, std::string& utf8);
-std::u16string Utf8ToWide(std::string_view utf8);
 
 // A date-time in milliseconds since 1970, UTC.
 std::int64_t UnixMilliseconds(TmxDateTime value) noexcept;
