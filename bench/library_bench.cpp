@@ -523,6 +523,7 @@ void RegisterLibrary() {
 int main(int argc, char** argv) {
     bench::PrepareLibrary();
     bench::RegisterLibrary();
+    bench::RegisterEvents();
     bench::RegisterBytes();
     bench::RegisterText();
     bench::RegisterLoad();

@@ -248,6 +248,7 @@ void RegisterOperation(const std::string& operation, const std::string& contende
 
 // One for each file of benchmarks.
 void RegisterLibrary();
+void RegisterEvents();
 void RegisterBytes();
 void RegisterText();
 void RegisterLoad();

@@ -231,7 +231,42 @@ TEST(HeaderTest, TheLayoutOfTheCatalogueRecords) {
     EXPECT_EQ(offsetof(TmxEnumValueInfo, reserved), 48u);
 }
 
+TEST(HeaderTest, TheLayoutOfTheEventRecord) {
+    EXPECT_EQ(sizeof(TmxEventDataRecord), 176u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, size), 0u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, code), 4u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, reserved), 8u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, untouched), 24u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, int32Fields), 32u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, int64Fields), 64u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, doubleFields), 96u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, dateFields), 112u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, textFields), 128u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, textFields[1].text), 152u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, binarySize), 160u);
+    EXPECT_EQ(offsetof(TmxEventDataRecord, binary), 168u);
+    EXPECT_EQ(sizeof(TmxEventText), 16u);
+    EXPECT_EQ(offsetof(TmxEventText, text), 8u);
+    EXPECT_EQ(TMX_EVENT_DESCRIPTION_INDEX, 0xFFFFFFFFu);
+}
+
+TEST(HeaderTest, TheLayoutOfTheCallbacks) {
+    EXPECT_EQ(sizeof(TmxActionInfoCallbacks), 64u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, version), 0u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveVideoInput), 8u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveVideoOutput), 16u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveInputContact), 24u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveOutputContact), 32u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveNamedId), 40u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveGuidReference), 48u);
+    EXPECT_EQ(offsetof(TmxActionInfoCallbacks, resolveChannelGuidReference), 56u);
+}
+
 TEST(HeaderTest, TheRecordsArePlain) {
+    EXPECT_TRUE(
+        (std::is_trivial_v<TmxEventDataRecord> && std::is_standard_layout_v<TmxEventDataRecord>));
+    EXPECT_TRUE((std::is_trivial_v<TmxActionInfoCallbacks> &&
+                 std::is_standard_layout_v<TmxActionInfoCallbacks>));
     EXPECT_TRUE((std::is_trivial_v<TmxErrorInfo> && std::is_standard_layout_v<TmxErrorInfo>));
     EXPECT_TRUE((std::is_trivial_v<TmxObjectRef> && std::is_standard_layout_v<TmxObjectRef>));
     EXPECT_TRUE((std::is_trivial_v<TmxGuidRef> && std::is_standard_layout_v<TmxGuidRef>));

@@ -64,6 +64,39 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
 
     using Message::Make;
 
+    template <typename Char>
+    bool Store(TextWriter<Char>& writer) const {
+        writer.WriteName(Message::descriptor, Facts::kName);
+        if (writer.DisplayMode)
+            ForEachField<Action>([&]<class Field>(const Name&) {
+                DisplayParameter(writer, Field::kType, Field::In(Self()));
+            });
+        else
+            ForEachField<Action>([&]<class Field>(const Name& name) {
+                WriteParameter(writer, Field::In(Self()), name);
+            });
+        return writer.WriteEnd();
+    }
+    BinOutput Store(BinOutput output) const {
+        ForEachField<Action>(
+            [&]<class Field>(const Name&) { output = StoreValue(output, Field::In(Self())); });
+        return output;
+    }
+    template <typename Char>
+    bool Read(TextScanner<Char>& scanner) {
+        scanner.ScanOpenParen();
+        ForEachField<Action>([&]<class Field>(const Name& name) {
+            ReadParameter(scanner, Field::In(Self()), name);
+        });
+        scanner.ScanCloseParen();
+        return scanner.Healthy();
+    }
+    bool Read(BinInput& input) {
+        ForEachField<Action>(
+            [&]<class Field>(const Name&) { LoadValue(input, Field::In(Self())); });
+        return input.failure == 0;
+    }
+
     std::uint32_t Release() noexcept final { return this->ReleaseFrom(Self()); }
 
     bool Equal(const CTmxAction& other) const final {
@@ -74,61 +107,6 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
     }
 
     CTmxMatchAction* CreateMatchAction() const final { return Facts::Template::From(Self()); }
-
-    GuidRef* GetGuidReference(std::uint32_t& kind) noexcept final {
-        return FindGuidRef<Routing::GuidReference>(kind);
-    }
-    GuidRef* GetChannelGuidReference(std::uint32_t& kind) noexcept final {
-        return FindGuidRef<Routing::ChannelGuidReference>(kind);
-    }
-    NamedId* GetNamedId() noexcept final {
-        return Routing::Find<Routing::EventType, NamedId>(Self());
-    }
-    ObjectRef* GetVideoInput() noexcept final {
-        return Routing::Find<Routing::VideoInput, ObjectRef>(Self());
-    }
-    ObjectRef* GetVideoOutput() noexcept final {
-        return Routing::Find<Routing::VideoOutput, ObjectRef>(Self());
-    }
-    ObjectRef* GetInputContact() noexcept final {
-        return Routing::Find<Routing::InputContact, ObjectRef>(Self());
-    }
-    ObjectRef* GetOutputContact() noexcept final {
-        return Routing::Find<Routing::OutputContact, ObjectRef>(Self());
-    }
-    std::int64_t* GetForeignKey() noexcept final {
-        return Routing::Find<Routing::ForeignKey, std::int64_t>(Self());
-    }
-    std::int32_t GetGenericInt32Parameter() const noexcept final {
-        const std::int32_t* number =
-            Routing::Find<Routing::GenericInt32, const std::int32_t>(Self());
-        return number != nullptr ? *number : 0;
-    }
-
-    bool UpdateWindowsClientInfo(const WideChar* host, std::int32_t type,
-                                 const WideChar* account) final {
-        if constexpr (ClientInfo::kPresent<Action>) {
-            using Client = ClientInfo::Parameters<Action>;
-            ClientInfo::Set(Client::Host::In(Self()), host);
-            ClientInfo::Set(Client::Type::In(Self()), type);
-            ClientInfo::Set(Client::Account::In(Self()), account);
-            return true;
-        } else {
-            return CTmxAction::UpdateWindowsClientInfo(host, type, account);
-        }
-    }
-    bool GetWindowsClientInfo(const WideChar*& host, const std::int32_t*& type,
-                              const WideChar*& account) const noexcept final {
-        if constexpr (ClientInfo::kPresent<Action>) {
-            using Client = ClientInfo::Parameters<Action>;
-            host = ClientInfo::Get(Client::Host::In(Self()));
-            type = ClientInfo::Get(Client::Type::In(Self()));
-            account = ClientInfo::Get(Client::Account::In(Self()));
-            return true;
-        } else {
-            return CTmxAction::GetWindowsClientInfo(host, type, account);
-        }
-    }
 
     /// A new object from the flat arguments of the first parameters; the rest is absent. Null where
     /// there is no memory for the object.
@@ -144,6 +122,41 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
     template <class... Flat>
     void Decode(Flat*... out) const {
         DecodeAllToFlat(typename Facts::Fields{}, out...);
+    }
+
+  protected:
+    ConcreteAction() = default;
+    ConcreteAction(const ConcreteAction&) = default;
+    TMX_FORCE_INLINE ~ConcreteAction() override {}
+
+    void* FindByRole(RoutingRole role, std::uint32_t& kind) noexcept final {
+        switch (role) {
+            case RoutingRole::GuidReference:
+                return Routing::Find<Routing::GuidReference>(Self(), kind);
+            case RoutingRole::ChannelGuidReference:
+                return Routing::Find<Routing::ChannelGuidReference>(Self(), kind);
+            case RoutingRole::NamedId:
+                return Routing::Find<Routing::EventType>(Self(), kind);
+            case RoutingRole::VideoInput:
+                return Routing::Find<Routing::VideoInput>(Self(), kind);
+            case RoutingRole::VideoOutput:
+                return Routing::Find<Routing::VideoOutput>(Self(), kind);
+            case RoutingRole::InputContact:
+                return Routing::Find<Routing::InputContact>(Self(), kind);
+            case RoutingRole::OutputContact:
+                return Routing::Find<Routing::OutputContact>(Self(), kind);
+            case RoutingRole::ForeignKey:
+                return Routing::Find<Routing::ForeignKey>(Self(), kind);
+            case RoutingRole::GenericInt32:
+                return Routing::Find<Routing::GenericInt32>(Self(), kind);
+            case RoutingRole::ClientHost:
+                return ClientInfo::Find<ClientInfo::kHost>(Self());
+            case RoutingRole::ClientType:
+                return ClientInfo::Find<ClientInfo::kType>(Self());
+            case RoutingRole::ClientAccount:
+                return ClientInfo::Find<ClientInfo::kAccount>(Self());
+        }
+        return nullptr;
     }
 
   private:
@@ -169,14 +182,6 @@ class ConcreteAction : public ConcreteMessage<Action, CTmxAction> {
     void DecodeAllToFlat(FieldList<Field, Rest...>, Flat* out, Flats*... outs) const {
         DecodeToFlat(Field::In(Self()), out);
         DecodeAllToFlat(FieldList<Rest...>{}, outs...);
-    }
-
-    template <template <class> class Rule>
-    GuidRef* FindGuidRef(std::uint32_t& kind) noexcept {
-        // The kind is told even where the parameter is absent.
-        using Found = FirstField<Action, Rule>;
-        if constexpr (!std::is_void_v<Found>) kind = Found::kKind;
-        return Routing::Find<Rule, GuidRef>(Self());
     }
 };
 

@@ -40,6 +40,33 @@ class ConcreteMatchAction : public ConcreteMessage<Template, CTmxMatchAction> {
         return made.Release();
     }
 
+    template <typename Char>
+    bool Store(TextWriter<Char>& writer) const {
+        WriteTemplateStart(writer, Message::descriptor, Facts::kName, *this);
+        ForEachField<Template>([&]<class Pair>(const Name& name) {
+            WritePair(writer, Pair::kType, Pair::In(Self()), name);
+        });
+        return WriteTemplateEnd(writer);
+    }
+    BinOutput Store(BinOutput output) const {
+        output = StorePair(output, this->Description());
+        ForEachField<Template>(
+            [&]<class Pair>(const Name&) { output = StorePair(output, Pair::In(Self())); });
+        return output;
+    }
+    template <typename Char>
+    bool Read(TextScanner<Char>& scanner) {
+        ReadTemplateStart(scanner, *this);
+        ForEachField<Template>(
+            [&]<class Pair>(const Name& name) { ReadPair(scanner, Pair::In(Self()), name); });
+        return ReadTemplateEnd(scanner);
+    }
+    bool Read(BinInput& input) {
+        LoadDescription(input, *this);
+        ForEachField<Template>([&]<class Pair>(const Name&) { LoadPair(input, Pair::In(Self())); });
+        return input.failure == 0;
+    }
+
     bool Equal(const CTmxMatchAction& other) const final {
         if (other.code != Facts::kCode) return false;
         const Template& right = static_cast<const Template&>(other);
@@ -61,6 +88,10 @@ class ConcreteMatchAction : public ConcreteMessage<Template, CTmxMatchAction> {
     }
 
   protected:
+    ConcreteMatchAction() = default;
+    ConcreteMatchAction(const ConcreteMatchAction&) = default;
+    TMX_FORCE_INLINE ~ConcreteMatchAction() override {}
+
     bool AllSetAgree(const CTmxAction& other) const final {
         const Action& action = static_cast<const Action&>(other);
         return AllPairs<Template, Action>([&]<class Pair, class Parameter>() {

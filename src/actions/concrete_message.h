@@ -1,7 +1,6 @@
-// What an action and its template have in common as messages: every operation that walks their
-// parameters, written once. The build makes for each row of the catalogue two classes that hold the
-// members, and the lists of these (ActionFacts); all that follows is straight-line code known at
-// compile time.
+// What an action and its template have in common as messages. The build makes for each row of the
+// catalogue two classes that hold the members, and the lists of these (ActionFacts); all that
+// follows is straight-line code known at compile time.
 #pragma once
 
 #include <new>
@@ -19,7 +18,9 @@
 
 namespace TmxPLC {
 
-/// Base is CTmxAction or CTmxMatchAction.
+/// Base is CTmxAction or CTmxMatchAction. What depends on the kind of message stands in the class:
+/// Store(TextWriter&) and Store(BinOutput), and Read for each of the three streams, which tells
+/// whether nothing failed.
 template <class Class, class Base>
 class ConcreteMessage : public Base {
   public:
@@ -33,15 +34,10 @@ class ConcreteMessage : public Base {
 
     CTmxMessage* Clone() const final { return new (std::nothrow) Class(Self()); }
 
-    bool StoreToTextW(TextWriter<WideChar>& writer) const final { return StoreToText(writer); }
-    bool StoreToTextA(TextWriter<char>& writer) const final { return StoreToText(writer); }
-
+    bool StoreToTextW(TextWriter<WideChar>& writer) const final { return Self().Store(writer); }
+    bool StoreToTextA(TextWriter<char>& writer) const final { return Self().Store(writer); }
     bool StoreToBin(BinOutput& output) const final {
-        BinOutput stored = StoreHeader(output, descriptor);
-        if constexpr (kIsTemplate) stored = StoreValue(stored, this->Description());
-        ForEachField<Class>(
-            [&]<class Field>(const Name&) { stored = StoreValue(stored, Field::In(Self())); });
-        output = stored;
+        output = Self().Store(StoreHeader(output, descriptor));
         return output.remaining >= 0;
     }
 
@@ -59,6 +55,9 @@ class ConcreteMessage : public Base {
 
   protected:
     TMX_FORCE_INLINE ConcreteMessage() noexcept : Base(Facts::kCode) {}
+    ConcreteMessage(const ConcreteMessage&) = default;
+    // Inlined, the bases leave nothing behind of their own, not even their tables of functions.
+    TMX_FORCE_INLINE ~ConcreteMessage() override {}
 
     Class& Self() noexcept { return static_cast<Class&>(*this); }
     const Class& Self() const noexcept { return static_cast<const Class&>(*this); }
@@ -79,43 +78,6 @@ class ConcreteMessage : public Base {
             message = MakeAt(Reserve::Take());
         MessageGuard<Class> made(message);
         return message->Read(stream) && !Reserve::Holds(message) ? made.Release() : nullptr;
-    }
-
-    template <typename Char>
-    bool Read(TextScanner<Char>& scanner) {
-        if constexpr (kIsTemplate)
-            ReadTemplateStart(scanner, Self());
-        else
-            scanner.ScanOpenParen();
-        ForEachField<Class>([&]<class Field>(const Name& name) {
-            ReadParameter(scanner, Field::In(Self()), name);
-        });
-        if constexpr (kIsTemplate) return ReadTemplateEnd(scanner);
-        scanner.ScanCloseParen();
-        return scanner.Healthy();
-    }
-    bool Read(BinInput& input) {
-        if constexpr (kIsTemplate) LoadDescription(input, Self());
-        ForEachField<Class>([&]<class Field>(const Name&) { LoadValue(input, Field::In(Self())); });
-        return input.failure == 0;
-    }
-
-    template <typename Char>
-    bool StoreToText(TextWriter<Char>& writer) const {
-        if constexpr (kIsTemplate)
-            WriteTemplateStart(writer, descriptor, Facts::kName, *this);
-        else
-            writer.WriteName(descriptor, Facts::kName);
-        if (writer.DisplayMode)
-            ForEachField<Class>([&]<class Field>(const Name&) {
-                DisplayParameter(writer, Field::kType, Field::In(Self()));
-            });
-        else
-            ForEachField<Class>([&]<class Field>(const Name& name) {
-                WriteParameter(writer, Field::In(Self()), name);
-            });
-        if constexpr (kIsTemplate) return WriteTemplateEnd(writer);
-        return writer.WriteEnd();
     }
 };
 

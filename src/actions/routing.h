@@ -37,16 +37,18 @@ template <class Field>
 struct GenericInt32 : std::bool_constant<Field::kType == ParamInt32 && !Field::kOptional> {};
 
 /// The value that answers, or null: the class has none, or it is an absent optional one.
-template <template <class> class Rule, class Value, class Action>
-Value* Find(Action& action) noexcept {
+template <template <class> class Rule, class Action>
+void* Find(Action& action, std::uint32_t& kind) noexcept {
     using Found = FirstField<Action, Rule>;
     if constexpr (std::is_void_v<Found>) {
         return nullptr;
-    } else if constexpr (Found::kOptional) {
-        auto& parameter = Found::In(action);
-        return parameter.present ? &parameter.value : nullptr;
     } else {
-        return &Found::In(action);
+        kind = Found::kKind;
+        auto& parameter = Found::In(action);
+        if constexpr (Found::kOptional)
+            return parameter.present ? &parameter.value : nullptr;
+        else
+            return &parameter;
     }
 }
 

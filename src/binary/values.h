@@ -97,18 +97,10 @@ inline void LoadValue(BinInput& input, Optional<T>& parameter) {
 
 // Templates are stored and read through one function a type: there are as many classes of them as
 // of actions, and their code shall stay small.
-template <typename T>
-[[gnu::noinline]] BinOutput StoreValue(BinOutput output, const MatchParam<T>& pair) {
-    return StoreIfPresent(output, pair.IsSet, pair.Value);
-}
-template <typename T>
-[[gnu::noinline]] void LoadValue(BinInput& input, MatchParam<T>& pair) {
-    LoadIfPresent(input, pair.IsSet, pair.Value);
-}
-inline void LoadDescription(BinInput& input, CTmxMatchAction& message) {
-    MatchParam<WideText> description;
-    LoadValue(input, description);
-    if (description.IsSet) message.SetDescription(std::move(description.Value));
-}
+template <class T>
+BinOutput StorePair(BinOutput output, const MatchParam<T>& pair);
+template <class T>
+void LoadPair(BinInput& input, MatchParam<T>& pair);
+void LoadDescription(BinInput& input, CTmxMatchAction& message);
 
 }  // namespace TmxPLC

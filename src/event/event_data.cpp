@@ -150,6 +150,12 @@ void EventFieldWriter::Put(const GuidRef* value) noexcept {
         Put(value != nullptr ? &value->nameText : nullptr);
 }
 
+std::int32_t EventFieldSlots::Number() const noexcept {
+    std::int32_t value = 0;
+    if (number != nullptr) std::memcpy(&value, number, sizeof value);
+    return value;
+}
+
 TmxGuid EventFieldSlots::Guid() const noexcept {
     TmxGuid guid{};
     if (id != nullptr) std::memcpy(&guid, id, sizeof guid / 2);
@@ -164,13 +170,9 @@ const std::int64_t* EventFieldReader::TakeInt64() noexcept {
 }
 
 // A spilled value is the low half of its 64-bit slot.
-std::optional<std::int32_t> EventFieldReader::TakeInt32() noexcept {
-    std::int32_t value = 0;
-    const void* const slot = cursor_.Spills() ? static_cast<const void*>(TakeInt64())
-                                              : record_.int32Fields[cursor_.int32++];
-    if (slot == nullptr) return std::nullopt;
-    std::memcpy(&value, slot, sizeof value);
-    return value;
+const void* EventFieldReader::TakeInt32() noexcept {
+    if (cursor_.Spills()) return TakeInt64();
+    return record_.int32Fields[cursor_.int32++];
 }
 
 TmxEventText EventFieldReader::TakeText() noexcept {

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 #include "catalogue/catalogue.h"
@@ -89,7 +88,7 @@ class EventFieldWriter {
 struct EventFieldSlots {
     const std::int64_t* id = nullptr;    // of a reference; the value of a 64-bit type
     const std::int64_t* high = nullptr;  // the second half of a GUID, of which id is the first
-    std::optional<std::int32_t> number{};
+    const void* number = nullptr;  // four bytes: a 32-bit slot, or the low half of a 64-bit one
     const double* real = nullptr;
     const TmxDateTime* date = nullptr;
     TmxEventText text{};
@@ -98,6 +97,8 @@ struct EventFieldSlots {
     /// A name is empty where there is none.
     WideView Text() const noexcept { return {text.text, HasText() ? text.length : 0}; }
     bool HasGuid() const noexcept { return id != nullptr && high != nullptr; }
+    /// 0 where there is none.
+    std::int32_t Number() const noexcept;
     /// Half by half; a half without a slot is zero.
     TmxGuid Guid() const noexcept;
 };
@@ -111,7 +112,7 @@ class EventFieldReader {
 
   private:
     const std::int64_t* TakeInt64() noexcept;
-    std::optional<std::int32_t> TakeInt32() noexcept;
+    const void* TakeInt32() noexcept;
     TmxEventText TakeText() noexcept;
     bool BorrowsText() const noexcept;
 
@@ -119,11 +120,7 @@ class EventFieldReader {
     EventFieldCursor cursor_;
 };
 
-/// The value of a parameter that may be absent; null where it is.
-template <class T>
-const T* Given(const T& parameter) noexcept {
-    return &parameter;
-}
+/// The value of a parameter that may be absent, or open in a template; null where it is.
 template <class T>
 const T* Given(const Optional<T>& parameter) noexcept {
     return parameter.present ? &parameter.value : nullptr;
@@ -132,5 +129,9 @@ template <class T>
 const T* Given(const MatchParam<T>& parameter) noexcept {
     return parameter.IsSet ? &parameter.Value : nullptr;
 }
+template <class Parameter>
+inline constexpr bool kCanBeAbsent = requires(const Parameter& parameter) {
+    Given(parameter);
+};
 
 }  // namespace TmxPLC

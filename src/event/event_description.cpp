@@ -14,56 +14,100 @@ namespace TmxPLC {
 
 namespace {
 
-using Zinc::WideString;
-
 // The match action of the stored bytes is looked at in a buffer of twice their size, up to this.
 constexpr std::uint64_t kLargestStored = 10000;
+// Up to this size that buffer is at hand.
+constexpr std::int32_t kUsualStored = 1024;
+
+// A text that grows, the usual ones without memory of their own.
+class GrowingText {
+  public:
+    GrowingText() noexcept { Clear(); }
+    GrowingText(const GrowingText&) = delete;
+    GrowingText& operator=(const GrowingText&) = delete;
+
+    const WideChar* c_str() const noexcept { return units_; }
+    WideView view() const noexcept { return {units_, size_}; }
+    bool empty() const noexcept { return size_ == 0; }
+    void Clear() noexcept { units_[size_ = 0] = 0; }
+
+    /// Room for length more units, which the caller writes next.
+    WideChar* Extend(std::size_t length) {
+        if (capacity_ - size_ < length) Grow(size_ + length);
+        WideChar* const place = units_ + size_;
+        size_ += length;
+        units_[size_] = 0;
+        return place;
+    }
+    [[gnu::noinline]] GrowingText& operator+=(WideView text) {
+        Zinc::Units::Copy(Extend(text.size()), text.data(), text.size() * sizeof(WideChar));
+        return *this;
+    }
+    GrowingText& operator+=(WideChar unit) {
+        *Extend(1) = unit;
+        return *this;
+    }
+
+  private:
+    static constexpr std::size_t kUsual = 255;
+
+    void Grow(std::size_t length) {
+        const std::size_t capacity = std::max(length, 2 * capacity_);
+        auto grown = std::make_unique_for_overwrite<WideChar[]>(capacity + 1);
+        Zinc::Units::Copy(grown.get(), units_, size_ * sizeof(WideChar));
+        heap_ = std::move(grown);
+        units_ = heap_.get();
+        capacity_ = capacity;
+    }
+
+    WideChar* units_ = usual_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = kUsual;
+    std::unique_ptr<WideChar[]> heap_;
+    WideChar usual_[kUsual + 1];
+};
 
 // ---- The text of a value ------------------------------------------------------------------------
 
-void AppendAscii(WideString& text, const char* units, std::size_t length) {
-    const std::size_t at = text.size();
-    text.resize(at + length);
-    Zinc::Units::CopyAscii(text.data() + at, units, length);
+void AppendAscii(GrowingText& text, const char* units, std::size_t length) {
+    Zinc::Units::CopyAscii(text.Extend(length), units, length);
 }
 
 template <typename Integer>
-void AppendNumber(WideString& text, Integer number) {
+void AppendNumber(GrowingText& text, Integer number) {
     char digits[24];
     const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     AppendAscii(text, digits, static_cast<std::size_t>(end - digits));
 }
 
-void AppendDouble(WideString& text, double value) {
+void AppendDouble(GrowingText& text, double value) {
     char digits[Zinc::kDoubleTextCapacity];
     AppendAscii(text, digits, Zinc::FormatDouble(digits, value));
 }
 
-void AppendDate(WideString& text, TZincDateTime value) {
+void AppendDate(GrowingText& text, TZincDateTime value) {
     WideChar date[Zinc::kDateTimeTextCapacity];
-    text.append(date, Zinc::DateTimeToText(date, value));
+    text += WideView(date, Zinc::DateTimeToText(date, value));
 }
 
-void AppendGuid(WideString& text, const TmxGuid& guid) {
-    WideChar units[Zinc::kGuidTextLength];
-    Zinc::PutGuid(units, guid);
-    text.append(units, std::size(units));
+void AppendGuid(GrowingText& text, const TmxGuid& guid) {
+    Zinc::PutGuid(text.Extend(Zinc::kGuidTextLength), guid);
 }
 
-void AppendRect(WideString& text, const ParamRect& rect) {
+void AppendRect(GrowingText& text, const ParamRect& rect) {
     for (const std::int16_t word : rect.words) {
-        if (!text.empty()) text += TMX_WIDE(", ");
+        if (!text.empty()) text += WideView(TMX_WIDE(", "));
         AppendNumber(text, word);
     }
 }
 
 // A bool or an enumeration value: its plain name, or its number if it has none. A plain number has
 // none either.
-void AppendNamed(WideString& text, std::uint32_t type, std::int32_t value) {
+void AppendNamed(GrowingText& text, std::uint32_t type, std::int32_t value) {
     const EnumValueRecord* const entry =
         type == ParamInt32 ? nullptr : TheCatalogue().FindEnumValue(type, value);
     if (entry != nullptr)
-        text += entry->text.Plain().wide;
+        text += WideView(entry->text.Plain().wide);
     else
         AppendNumber(text, value);
 }
@@ -76,7 +120,7 @@ T ValueAt(const void* slot) noexcept {
 }
 
 // Appends the text of a value in the slots. False: there is none.
-bool AppendSlots(WideString& text, std::uint32_t type, const EventFieldSlots& slots) {
+bool AppendSlots(GrowingText& text, std::uint32_t type, const EventFieldSlots& slots) {
     switch (type) {
         case ParamInt64:
             if (slots.id == nullptr) return false;
@@ -110,20 +154,20 @@ bool AppendSlots(WideString& text, std::uint32_t type, const EventFieldSlots& sl
             // The name first, and the number behind it. From the stored bytes it is the other way
             // round.
             if (slots.Text().empty()) {
-                if (!slots.number) return false;
-                AppendNumber(text, *slots.number);
+                if (slots.number == nullptr) return false;
+                AppendNumber(text, slots.Number());
                 return true;
             }
             text += slots.Text();
-            text += TMX_WIDE(" (");
-            AppendNumber(text, slots.number.value_or(0));
-            text += ')';
+            text += WideView(TMX_WIDE(" ("));
+            AppendNumber(text, slots.Number());
+            text += WideChar{')'};
             return true;
         case ParamDataSet:
             return false;
         default:
-            if (!slots.number) return false;
-            AppendNamed(text, type, *slots.number);
+            if (slots.number == nullptr) return false;
+            AppendNamed(text, type, slots.Number());
             return true;
     }
 }
@@ -136,7 +180,7 @@ T Load(BinInput& input) {
 }
 
 // Appends the text of a value in the stored form.
-void AppendStored(WideString& text, std::uint32_t type, BinInput& input) {
+void AppendStored(GrowingText& text, std::uint32_t type, BinInput& input) {
     switch (type) {
         case ParamInt64:
             return AppendNumber(text, Load<std::int64_t>(input));
@@ -153,7 +197,7 @@ void AppendStored(WideString& text, std::uint32_t type, BinInput& input) {
         case ParamGuid:
             return AppendGuid(text, Load<TmxGuid>(input));
         case ParamAnsiText:
-            text += Zinc::AnsiToWide(Load<AnsiText>(input).view());
+            text += WideView(Zinc::AnsiToWide(Load<AnsiText>(input).view()));
             return;
         case ParamWideText:
             text += Load<WideText>(input).view();
@@ -168,7 +212,7 @@ void AppendStored(WideString& text, std::uint32_t type, BinInput& input) {
             const ObjectRef reference = Load<ObjectRef>(input);
             AppendNumber(text, reference.number);
             if (reference.nameText.empty()) return;
-            text += TMX_WIDE(" - ");
+            text += WideView(TMX_WIDE(" - "));
             text += reference.nameText.view();
             return;
         }
@@ -208,41 +252,40 @@ class Description {
   public:
     Description(void* context, TmxEventDescriptionCallback callback, WideView title)
         : context_(context), callback_(callback) {
-        line_.reserve(kUsualLine);
         line_ += title;
     }
 
     // The place for the next value's text.
-    WideString& Value() noexcept {
-        value_.clear();
+    GrowingText& Value() noexcept {
+        value_.Clear();
         return value_;
     }
 
     void AppendCode(std::uint32_t code) {
-        line_ += '(';
+        line_ += WideChar{'('};
         AppendNumber(line_, code);
-        line_ += ')';
+        line_ += WideChar{')'};
     }
 
     void Tell(const ParameterRecord& parameter) {
         const WideChar* const name = parameter.text.Plain().wide;
         callback_(context_, index_++, name, value_.c_str());
-        line_ += TMX_WIDE("; ");
+        line_ += WideView(TMX_WIDE("; "));
         // An enumeration value that has a name speaks for itself.
-        if (!HasEnumeration(parameter.type) || IsNumeral(value_)) {
-            line_ += name;
-            line_ += TMX_WIDE(": ");
+        if (!HasEnumeration(parameter.type) || IsNumeral(value_.view())) {
+            line_ += WideView(name);
+            line_ += WideView(TMX_WIDE(": "));
         }
         if (IsQuoted(parameter.type)) {
-            line_ += '"';
-            line_ += value_;
-            line_ += '"';
+            line_ += WideChar{'"'};
+            line_ += value_.view();
+            line_ += WideChar{'"'};
         } else if (parameter.type == ParamRectangle) {
-            line_ += TMX_WIDE("{ ");
-            line_ += value_;
-            line_ += TMX_WIDE(" }");
+            line_ += WideView(TMX_WIDE("{ "));
+            line_ += value_.view();
+            line_ += WideView(TMX_WIDE(" }"));
         } else {
-            line_ += value_;
+            line_ += value_.view();
         }
     }
 
@@ -251,8 +294,6 @@ class Description {
     }
 
   private:
-    static constexpr std::size_t kUsualLine = 256;
-
     // A bool is told with its parameter's name.
     static bool HasEnumeration(std::uint32_t type) noexcept {
         return IsEnumeration(type) && TheCatalogue().HasEnumValues(type);
@@ -261,8 +302,8 @@ class Description {
     void* const context_;
     const TmxEventDescriptionCallback callback_;
     std::uint32_t index_ = 0;
-    WideString value_;
-    WideString line_;
+    GrowingText value_;
+    GrowingText line_;
 };
 
 // The values of the match action that the record's bytes make. The parameters are those of the
@@ -275,12 +316,15 @@ bool DescribeStored(const EventDataRecord& record, std::span<const ParameterReco
     if (made.Get() == nullptr) return false;
     const auto size = static_cast<std::int32_t>(
         std::min(std::uint64_t{2} * static_cast<std::uint32_t>(record.binarySize), kLargestStored));
-    const auto buffer =
-        std::make_unique_for_overwrite<std::uint8_t[]>(static_cast<std::size_t>(size));
-    BinOutput output(buffer.get(), size);
+    std::uint8_t usual[kUsualStored];
+    std::unique_ptr<std::uint8_t[]> larger;
+    if (size > kUsualStored)
+        larger = std::make_unique_for_overwrite<std::uint8_t[]>(static_cast<std::size_t>(size));
+    std::uint8_t* const buffer = larger ? larger.get() : usual;
+    BinOutput output(buffer, size);
     if (!made.Get()->StoreToBin(output)) throw TmxPLCException();
 
-    BinInput input(buffer.get(), size - static_cast<std::int32_t>(output.remaining));
+    BinInput input(buffer, size - static_cast<std::int32_t>(output.remaining));
     std::uint32_t header = 0;
     input.Read(header);
     input.Read(header);

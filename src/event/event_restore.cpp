@@ -48,7 +48,7 @@ BinOutput StoreReference(BinOutput output, std::uint32_t type,
         std::int64_t id = 0;
         if (slots.id != nullptr) std::memcpy(&id, slots.id, sizeof id);
         output = output.Write(id);
-        if (type == ParamObjectRef) output = output.Write(slots.number.value_or(0));
+        if (type == ParamObjectRef) output = output.Write(slots.Number());
     }
     return StoreText(output, name);
 }
@@ -76,13 +76,15 @@ BinOutput StoreField(BinOutput output, std::uint32_t type, const EventFieldSlots
         case ParamGuidRef:
             return StoreReference(output, type, slots);
         case ParamBool:
-            return slots.number ? StoreSet(output).Write<std::uint8_t>(*slots.number != 0 ? 1 : 0)
-                                : StoreOpen(output);
+            return slots.number != nullptr
+                       ? StoreSet(output).Write<std::uint8_t>(slots.Number() != 0 ? 1 : 0)
+                       : StoreOpen(output);
         case ParamDataSet:
             // Not even a presence byte; it is the last parameter of its action.
             return output;
         default:
-            return slots.number ? StoreSet(output).Write(*slots.number) : StoreOpen(output);
+            return slots.number != nullptr ? StoreSet(output).Write(slots.Number())
+                                           : StoreOpen(output);
     }
 }
 

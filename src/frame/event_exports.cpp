@@ -2,6 +2,7 @@
 #include <tmxactions/functions.h>
 
 #include "event/action_info.h"
+#include "event/client_info.h"
 #include "event/event_description.h"
 #include "event/event_restore.h"
 #include "frame/call.h"
@@ -56,12 +57,14 @@ bool TmxAct_UpdateActionInfo(TmxHandle handle, void* context,
 
 bool TmxAct_GetWindowsClientInfo(TmxHandle handle, const TmxWChar** host, const int32_t** type,
                                  const TmxWChar** account) {
-    return Frame::Call([&] { return Action(handle).GetWindowsClientInfo(*host, *type, *account); });
+    return Frame::Call(
+        [&] { return GetWindowsClientInfo(Action(handle), *host, *type, *account); });
 }
 
 bool TmxAct_UpdateWindowsClientInfo(TmxHandle handle, const TmxWChar* host, int32_t type,
                                     const TmxWChar* account) {
-    return Frame::Call([&] { return Action(handle).UpdateWindowsClientInfo(host, type, account); });
+    return Frame::Call(
+        [&] { return UpdateWindowsClientInfo(Action(handle), host, type, account); });
 }
 
 bool TmxAct_UpdateActionSource() {

@@ -40,17 +40,30 @@ class CTmxGenericAction final : public CTmxAction {
     CTmxMatchAction* CreateMatchAction() const override { return nullptr; }
     /// Leaves everything as it is.
     void GetEventData(TmxEventDataRecord&, bool&) const override {}
-    ObjectRef* GetVideoInput() noexcept override { return Given(videoInput); }
-    ObjectRef* GetVideoOutput() noexcept override { return Given(videoOutput); }
-    ObjectRef* GetInputContact() noexcept override { return Given(inputContact); }
-    ObjectRef* GetOutputContact() noexcept override { return Given(outputContact); }
-    std::int32_t GetGenericInt32Parameter() const noexcept override { return genericInt32; }
 
     ObjectRef videoInput;
     ObjectRef videoOutput;
     ObjectRef inputContact;
     ObjectRef outputContact;
     std::int32_t genericInt32 = 0;
+
+  protected:
+    void* FindByRole(RoutingRole role, std::uint32_t&) noexcept override {
+        switch (role) {
+            case RoutingRole::VideoInput:
+                return Given(videoInput);
+            case RoutingRole::VideoOutput:
+                return Given(videoOutput);
+            case RoutingRole::InputContact:
+                return Given(inputContact);
+            case RoutingRole::OutputContact:
+                return Given(outputContact);
+            case RoutingRole::GenericInt32:
+                return &genericInt32;
+            default:
+                return nullptr;
+        }
+    }
 
   private:
     static ObjectRef* Given(ObjectRef& value) noexcept {

@@ -45,6 +45,30 @@ class CTmxMessage : public Zinc::ReferenceBaseClass<Zinc::VirtualReferenceCountB
     CTmxMessage(const CTmxMessage& other) noexcept : CTmxMessage(other.code) {}
 };
 
+/// The client that sent an action, as some actions tell it.
+struct ClientParameters {
+    Optional<WideText>* host;
+    Optional<std::int32_t>* type;
+    Optional<WideText>* account;
+};
+
+/// The roles that a parameter may play for those who route actions.
+enum class RoutingRole : std::uint8_t {
+    GuidReference,
+    ChannelGuidReference,
+    NamedId,
+    VideoInput,
+    VideoOutput,
+    InputContact,
+    OutputContact,
+    ForeignKey,
+    GenericInt32,
+    // The parameter itself, whether it is present or not.
+    ClientHost,
+    ClientType,
+    ClientAccount,
+};
+
 /// The base of all actions. The accessors by role give the parameter that plays the role inside the
 /// object, null where there is none or where it is absent.
 class CTmxAction : public CTmxMessage {
@@ -55,32 +79,53 @@ class CTmxAction : public CTmxMessage {
     virtual CTmxMatchAction* CreateMatchAction() const = 0;
     /// Spreads the parameters over the fields of an event record, see event/event_data.h.
     virtual void GetEventData(TmxEventDataRecord& record, bool& complete) const = 0;
-    /// kind: out, the kind of the parameter as the catalogue numbers it; untouched without one.
-    virtual GuidRef* GetGuidReference(std::uint32_t& kind) noexcept;
-    virtual GuidRef* GetChannelGuidReference(std::uint32_t& kind) noexcept;
-    virtual NamedId* GetNamedId() noexcept;
-    virtual ObjectRef* GetVideoInput() noexcept;
-    virtual ObjectRef* GetVideoOutput() noexcept;
-    virtual ObjectRef* GetInputContact() noexcept;
-    virtual ObjectRef* GetOutputContact() noexcept;
-    virtual std::int64_t* GetForeignKey() noexcept;
-    virtual std::int32_t GetGenericInt32Parameter() const noexcept;
-    /// The client of an action that knows one. A null text and a type of 0 are not taken over; what
-    /// is absent is given as null. False, and nothing done: the action knows no client.
-    virtual bool UpdateWindowsClientInfo(const WideChar* host, std::int32_t type,
-                                         const WideChar* account);
-    virtual bool GetWindowsClientInfo(const WideChar*& host, const std::int32_t*& type,
-                                      const WideChar*& account) const noexcept;
+
+    /// kind: out, the kind of the parameter as the catalogue numbers it, told even where the
+    /// parameter is absent; untouched without one.
+    GuidRef* GetGuidReference(std::uint32_t& kind) noexcept {
+        return static_cast<GuidRef*>(FindByRole(RoutingRole::GuidReference, kind));
+    }
+    GuidRef* GetChannelGuidReference(std::uint32_t& kind) noexcept {
+        return static_cast<GuidRef*>(FindByRole(RoutingRole::ChannelGuidReference, kind));
+    }
+    NamedId* GetNamedId() noexcept { return Find<TmxPLC::NamedId>(RoutingRole::NamedId); }
+    ObjectRef* GetVideoInput() noexcept { return Find<ObjectRef>(RoutingRole::VideoInput); }
+    ObjectRef* GetVideoOutput() noexcept { return Find<ObjectRef>(RoutingRole::VideoOutput); }
+    ObjectRef* GetInputContact() noexcept { return Find<ObjectRef>(RoutingRole::InputContact); }
+    ObjectRef* GetOutputContact() noexcept { return Find<ObjectRef>(RoutingRole::OutputContact); }
+    std::int64_t* GetForeignKey() noexcept { return Find<std::int64_t>(RoutingRole::ForeignKey); }
+    /// 0 where there is none.
+    std::int32_t GetGenericInt32Parameter() noexcept {
+        const std::int32_t* number = Find<std::int32_t>(RoutingRole::GenericInt32);
+        return number != nullptr ? *number : 0;
+    }
+    /// All null in an action that knows no client.
+    ClientParameters GetClientParameters() noexcept {
+        return {Find<Optional<WideText>>(RoutingRole::ClientHost),
+                Find<Optional<std::int32_t>>(RoutingRole::ClientType),
+                Find<Optional<WideText>>(RoutingRole::ClientAccount)};
+    }
 
     Properties properties;
 
     TMX_FORCE_INLINE ~CTmxAction() override {}
 
   protected:
+    /// The parameter that plays the role, of the type of the role's accessor. One function for all
+    /// roles: most actions have none or one.
+    virtual void* FindByRole(RoutingRole role, std::uint32_t& kind) noexcept = 0;
+
     TMX_FORCE_INLINE explicit CTmxAction(std::uint32_t actionCode) noexcept
         : CTmxMessage(actionCode) {}
     /// The copies of the concrete classes carry over the parameters alone.
     CTmxAction(const CTmxAction& other) noexcept : CTmxMessage(other) {}
+
+  private:
+    template <class Value>
+    Value* Find(RoutingRole role) noexcept {
+        std::uint32_t kind = 0;
+        return static_cast<Value*>(FindByRole(role, kind));
+    }
 };
 
 }  // namespace TmxPLC

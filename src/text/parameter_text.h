@@ -1,6 +1,9 @@
 // How a parameter stands in the text of its message. A required parameter of an action stands by
 // its position alone. An optional one, and every one of a template, stands by its name, and is left
 // out where it has no value.
+//
+// Each is one function a type, out of line: there are hundreds of classes that call them, one call
+// a parameter.
 #pragma once
 
 #include "match/match_action.h"
@@ -12,7 +15,7 @@ namespace TmxPLC {
 // ---- Machine form -------------------------------------------------------------------------------
 
 template <typename Char, class T>
-void WriteParameter(TextWriter<Char>& writer, const T& parameter, const Name&) {
+[[gnu::noinline]] void WriteParameter(TextWriter<Char>& writer, const T& parameter, const Name&) {
     writer.Separator();
     PutMachine(writer, parameter);
 }
@@ -24,18 +27,21 @@ TMX_FORCE_INLINE void WriteNamed(TextWriter<Char>& writer, bool present, const T
     WriteParameter(writer, value, name);
 }
 template <typename Char, class T>
-void WriteParameter(TextWriter<Char>& writer, const Optional<T>& parameter, const Name& name) {
+[[gnu::noinline]] void WriteParameter(TextWriter<Char>& writer, const Optional<T>& parameter,
+                                      const Name& name) {
     WriteNamed(writer, parameter.present, parameter.value, name);
 }
 
 // ---- Display form -------------------------------------------------------------------------------
 
 template <typename Char, class T>
-void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type, const T& parameter) {
+[[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
+                                        const T& parameter) {
     WriteDisplay(writer, type, parameter);
 }
 template <typename Char, class T>
-void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type, const Optional<T>& parameter) {
+[[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
+                                        const Optional<T>& parameter) {
     if (!parameter.present) return writer.PassAbsent();
     WriteDisplay(writer, type, parameter.value);
 }
@@ -43,7 +49,7 @@ void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type, const Option
 // ---- Reading ------------------------------------------------------------------------------------
 
 template <typename Char, class T>
-void ReadParameter(TextScanner<Char>& scanner, T& parameter, const Name&) {
+[[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, T& parameter, const Name&) {
     if (scanner.ScanParamStart()) ReadValue(scanner, parameter);
 }
 template <typename Char, class T>
@@ -55,57 +61,35 @@ TMX_FORCE_INLINE void ReadNamed(TextScanner<Char>& scanner, bool& present, T& va
     if (opened) ReadValue(scanner, value);
 }
 template <typename Char, class T>
-void ReadParameter(TextScanner<Char>& scanner, Optional<T>& parameter, const Name& name) {
+[[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, Optional<T>& parameter,
+                                     const Name& name) {
     ReadNamed(scanner, parameter.present, parameter.value, name);
 }
 
 // ---- Templates ----------------------------------------------------------------------------------
 //
-// One function a type: there are as many classes of templates as of actions, and their code shall
-// stay small.
+// Here one function a type serves all: there are as many classes of templates as of actions, and
+// their code shall stay small. T is the type of a value.
 
+/// In the writer's form, machine or display.
 template <typename Char, class T>
-[[gnu::noinline]] void WriteParameter(TextWriter<Char>& writer, const MatchParam<T>& pair,
-                                      const Name& name) {
-    WriteNamed(writer, pair.IsSet, pair.Value, name);
-}
+void WritePair(TextWriter<Char>& writer, std::uint32_t type, const MatchParam<T>& pair,
+               const Name& name);
 template <typename Char, class T>
-[[gnu::noinline]] void DisplayParameter(TextWriter<Char>& writer, std::uint32_t type,
-                                        const MatchParam<T>& pair) {
-    if (!pair.IsSet) return writer.PassAbsent();
-    WriteDisplay(writer, type, pair.Value);
-}
-template <typename Char, class T>
-[[gnu::noinline]] void ReadParameter(TextScanner<Char>& scanner, MatchParam<T>& pair,
-                                     const Name& name) {
-    ReadNamed(scanner, pair.IsSet, pair.Value, name);
-}
+void ReadPair(TextScanner<Char>& scanner, MatchParam<T>& pair, const Name& name);
 
-/// What stands ahead of the parameters: the name, and the description, which is not for display. A
-/// template's index begins one lower, so that the description's is -1.
+/// What stands ahead of the parameters: the name and the description, or the opening parenthesis
+/// and the description.
 template <typename Char>
-[[gnu::noinline]] void WriteTemplateStart(TextWriter<Char>& writer, const Descriptor& descriptor,
-                                          const Name& name, const CTmxMatchAction& message) {
-    writer.WriteName(descriptor, name);
-    if (writer.DisplayMode) return writer.PassAbsent();
-    WriteParameter(writer, message.Description(), kDescriptionName);
-}
+void WriteTemplateStart(TextWriter<Char>& writer, const Descriptor& descriptor, const Name& name,
+                        const CTmxMatchAction& message);
 template <typename Char>
-[[gnu::noinline]] bool WriteTemplateEnd(TextWriter<Char>& writer) {
-    return writer.WriteEnd();
-}
+void ReadTemplateStart(TextScanner<Char>& scanner, CTmxMatchAction& message);
 
+/// What stands behind them. Return whether everything fitted, and whether nothing failed.
 template <typename Char>
-[[gnu::noinline]] void ReadTemplateStart(TextScanner<Char>& scanner, CTmxMatchAction& message) {
-    scanner.ScanOpenParen();
-    MatchParam<WideText> description;
-    ReadParameter(scanner, description, kDescriptionName);
-    if (description.IsSet) message.SetDescription(std::move(description.Value));
-}
+bool WriteTemplateEnd(TextWriter<Char>& writer);
 template <typename Char>
-[[gnu::noinline]] bool ReadTemplateEnd(TextScanner<Char>& scanner) {
-    scanner.ScanCloseParen();
-    return scanner.Healthy();
-}
+bool ReadTemplateEnd(TextScanner<Char>& scanner);
 
 }  // namespace TmxPLC

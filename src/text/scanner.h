@@ -269,7 +269,7 @@ class TextScanner {
                                               static_cast<std::uint32_t>(count));
     }
 
-    void ScanParen(char paren) noexcept {
+    [[gnu::noinline]] void ScanParen(char paren) noexcept {
         if (!Healthy()) return;
         SkipWhite();
         if (Remaining > 0 && *Cursor == static_cast<Char>(paren))

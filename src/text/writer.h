@@ -93,7 +93,7 @@ class TextWriter {
     }
 
     /// The name, and what opens the list of values.
-    void WriteName(const Descriptor& descriptor, const Name& name) noexcept {
+    [[gnu::noinline]] void WriteName(const Descriptor& descriptor, const Name& name) noexcept {
         MessageDescriptor = &descriptor;
         if (descriptor.messageClass == MatchActionMessage) --ParamIndex;
         if (DisplayMode) {
@@ -107,7 +107,7 @@ class TextWriter {
     }
 
     /// What closes the list, and the terminator. Returns whether everything fitted.
-    bool WriteEnd() noexcept {
+    [[gnu::noinline]] bool WriteEnd() noexcept {
         if (!DisplayMode) PutLiteral(")");
         PutLiteral("\0");
         return Remaining >= 0;

@@ -115,10 +115,18 @@ def family_header(catalogue, family):
 
 
 def instantiations(action):
-    name, template = f"CTmxAct{action.name}", f"CTmxMatchAct{action.name}"
+    return action_instantiations(action) + template_instantiations(action)
+
+
+def action_instantiations(action):
+    name = f"CTmxAct{action.name}"
     return [f"template class ConcreteMessage<{name}, CTmxAction>;\n",
-            f"template class ConcreteAction<{name}>;\n",
-            f"template class ConcreteMessage<{template}, CTmxMatchAction>;\n",
+            f"template class ConcreteAction<{name}>;\n"]
+
+
+def template_instantiations(action):
+    name, template = f"CTmxAct{action.name}", f"CTmxMatchAct{action.name}"
+    return [f"template class ConcreteMessage<{template}, CTmxMatchAction>;\n",
             f"template class ConcreteMatchAction<{template}, {name}>;\n"]
 
 
@@ -127,9 +135,16 @@ def family_source(catalogue, family):
                     f"    RegisterMessage<CTmxMatchAct{action.name}>();\n"
                     for action in catalogue.of_family(family))
     classes = "".join(line for action in catalogue.of_family(family)
-                      for line in instantiations(action))
+                      for line in action_instantiations(action))
     return (f'{NOTICE}#include "actions/{family}.h"\n\n#include "actions/families.h"\n\n'
             f"namespace TmxPLC {{\n\n{classes}\nvoid Register_{family}() {{\n{calls}}}\n\n"
+            "}  // namespace TmxPLC\n")
+
+
+def templates_source(catalogue, family):
+    classes = "".join(line for action in catalogue.of_family(family)
+                      for line in template_instantiations(action))
+    return (f'{NOTICE}#include "actions/{family}.h"\n\nnamespace TmxPLC {{\n\n{classes}\n'
             "}  // namespace TmxPLC\n")
 
 

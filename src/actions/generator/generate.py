@@ -57,6 +57,8 @@ def main():
     for family in catalogue.families:
         write(out / f"src/actions/{family}.h", cxx_classes.family_header(catalogue, family))
         write(out / f"src/actions/{family}.cpp", cxx_classes.family_source(catalogue, family))
+        write(out / f"src/actions/{family}_templates.cpp",
+              cxx_classes.templates_source(catalogue, family))
         write(out / f"src/frame/typed_{family}.cpp", cxx_classes.typed_source(catalogue, family))
 
 

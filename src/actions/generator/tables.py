@@ -51,12 +51,14 @@ ROLE_TYPES = {"VideoInput": "ObjectRef", "NamedId": "NamedId"}
 
 # Names that the classes of the actions have for other things.
 RESERVED_NAMES = frozenset("""
-    AddRef AnsiText Clone CreateFromBin CreateFromText Decode DecodeAllToFlat Destroy DisplayField
-    DumpText Equal Facts FindGuidRef FlatArguments FromFlat GetChannelGuidReference GetForeignKey
-    GetGenericInt32Parameter GetGuidReference GetInfo GetInputContact GetNamedId GetOutputContact
-    GetVideoInput GetVideoOutput Guard Guid GuidRef Make NamedId ObjectRef OnFinalRelease Optional
-    ParamRect DataSet Read ReadField ReadWithoutMemory Release ReleaseFrom Self SetAllFromFlat
-    StoreToBin StoreToText StoreToTextA StoreToTextW TZincDateTime WideText WriteField
+    AddRef AllSetAgree AnsiText ClearDescription Clone CreateAction CreateFrom CreateFromBin
+    CreateFromText CreateMatchAction DataSet Decode DecodeAllToFlat Destroy DumpText Equal Facts
+    Find FindByRole From FromFlat GetChannelGuidReference GetEventData GetForeignKey
+    GetGenericInt32Parameter GetGuidReference GetInfo GetInputContact GetNamedId
+    GetOutputContact GetVideoInput GetVideoOutput GetWindowsClientInfo Guid GuidRef Make MakeAt
+    Matches MatchParam NamedId NarrowDescription ObjectRef OnFinalRelease Optional
+    ParamRect Read Release ReleaseFrom Self SetAllFromFlat SetDescription Store StoreToBin
+    StoreToTextA StoreToTextW TZincDateTime UpdateWindowsClientInfo WideText
 """.split())
 
 ROLES = ("VideoInput", "NamedId", "none")
