@@ -267,6 +267,7 @@ class OnBoth:
         """Unpaired surrogates, characters of code 0, NaN, -0.0, properties: the bytes are kept, or
         it is told that something is lost."""
         def custom(text):
+            text += b"\0\0"
             return (struct.pack("<IIqI", 1, 8, 7, len(text) // 2) + text +
                     bytes.fromhex("0FF0000000000000"))
         def double(value):
@@ -709,7 +710,7 @@ class OnBoth:
                                 (["list", "--until", "2026-02-30"], "RFC 3339"),
                                 (["list", "--since", "2026-02-03T25:00:00Z"], "RFC 3339"),
                                 (["list", "--since", "2026-02-03T20:00:00"], "RFC 3339"),
-                                (["list", "--json", "--csv"], "--"),
+                                (["list", "--json", "--csv"], "exclude each other"),
                                 (["list", "--limit", "-1"], "--limit"),
                                 (["list", "--frobnicate"], "no option '--frobnicate'"),
                                 (["export"], "--to is required"),

@@ -13,16 +13,16 @@ namespace tmxact {
 
 namespace {
 
-enum class ListForm { kTable, kJson, kCsv };
-
 struct Options {
     std::string database;
     FilterOptions filter;
     std::string text;
-    std::size_t limit = 0;  // 0 for no limit
+    std::int64_t limit = 0;  // 0 for no limit
     bool reversed = false;
     bool fields = false;
-    ListForm form = ListForm::kTable;
+    bool table = false;
+    bool json = false;
+    bool csv = false;
 };
 
 // The labels of the generic columns, as the catalogue tells them.
@@ -269,20 +269,22 @@ class TableList : public ListWriter {
 
 int List(const Options& options, const ReportOptions& reportOptions) {
     Reporter reporter(reportOptions);
+    if (options.table + options.json + options.csv > 1)
+        throw UsageError("--table, --json and --csv exclude each other");
     EventFilter filter = options.filter.Filter();
     filter.text = Lower(options.text);
     EventDatabase database(options.database, EventDatabase::Access::kRead);
     Output output(File::OpenForWriting("-"));
     std::unique_ptr<ListWriter> writer;
-    if (options.form == ListForm::kJson) {
+    if (options.json) {
         writer = std::make_unique<JsonList>(output, options.filter.local);
-    } else if (options.form == ListForm::kCsv) {
+    } else if (options.csv) {
         writer = std::make_unique<CsvList>(output, options.filter.local);
     } else {
         writer = std::make_unique<TableList>(
             output, options, UseColor(reportOptions.color, StandardOutputIsTerminal()));
     }
-    std::size_t count = 0;
+    std::int64_t count = 0;
     try {
         writer->Begin();
         database.Read(filter, options.reversed ? EventOrder::kByTimeReversed : EventOrder::kByTime,
@@ -297,7 +299,7 @@ int List(const Options& options, const ReportOptions& reportOptions) {
         output.Close();
         throw;
     }
-    reporter.Detail(Counted(count, "event"));
+    reporter.Detail(Counted(static_cast<std::uint64_t>(count), "event"));
     return kExitDone;
 }
 
@@ -322,18 +324,12 @@ Run AddEventsList(CLI::App& events, const ReportOptions& report) {
         ->type_name("WORD");
     command.add_option("--limit", options->limit, "The most events that are listed; 0 for all [0]")
         ->type_name("COUNT")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(std::int64_t{0}, std::int64_t{INT64_MAX}).description(""));
     command.add_flag("--reverse", options->reversed, "The latest first");
-    CLI::Option_group& forms = *command.add_option_group("Form");
-    forms.add_flag_callback(
-        "--table", [options] { options->form = ListForm::kTable; },
-        "As a table for people [the default]");
-    forms.add_flag_callback(
-        "--json", [options] { options->form = ListForm::kJson; }, "As JSON, an object a line");
-    forms.add_flag_callback(
-        "--csv", [options] { options->form = ListForm::kCsv; },
-        "As comma-separated values (RFC 4180) with a head line");
-    forms.require_option(0, 1);
+    command.add_flag("--table", options->table, "As a table for people [the default]");
+    command.add_flag("--json", options->json, "As JSON, an object a line");
+    command.add_flag("--csv", options->csv,
+                     "As comma-separated values (RFC 4180) with a head line");
     command.add_flag("--fields", options->fields,
                      "The table with the generic columns too, as far as they are used");
     return [options, &report] { return List(*options, report); };

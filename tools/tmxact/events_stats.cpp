@@ -15,7 +15,7 @@ namespace {
 struct Options {
     std::string database;
     FilterOptions filter;
-    std::size_t top = 20;
+    std::int64_t top = 20;
     bool json = false;
     std::string svg;
 };
@@ -210,7 +210,8 @@ int Stats(const Options& options, const ReportOptions& reportOptions) {
     const EventFilter filter = options.filter.Filter();
     EventDatabase database(options.database, EventDatabase::Access::kRead);
     const EventSummary summary =
-        Summarise(database.Count(filter), database.Name(), options.filter.local, options.top);
+        Summarise(database.Count(filter), database.Name(), options.filter.local,
+                  static_cast<std::size_t>(options.top));
     if (!options.svg.empty()) {
         if (SameRegularFile(options.database, options.svg))
             throw UsageError(options.svg + ": the database is the output too");
@@ -251,7 +252,7 @@ Run AddEventsStats(CLI::App& events, const ReportOptions& report) {
         .add_option("--top", options->top,
                     "How many actions are told, the most frequent first; 0 for all [20]")
         ->type_name("COUNT")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(std::int64_t{0}, std::int64_t{INT64_MAX}).description(""));
     command.add_flag("--json", options->json, "As JSON, an object for each count");
     command.add_option("--svg", options->svg, "Draw the same as a picture in this file (SVG)")
         ->type_name("FILE");
