@@ -121,18 +121,7 @@ TEST_F(TemplateTextRule, EverySizeOfTheBuffer) {
         ForAllForms([&]<typename Char>(bool utf8) {
             for (bool display : {false, true}) {
                 const auto expected = *TextForm<Char>::Reference(match, display, utf8);
-                for (uint32_t size = 0; size <= expected.size() + 2; ++size) {
-                    GuardedBuffer<Char> buffer(size);
-                    uint32_t written = kUnset;
-                    const bool stored = TextForm<Char>::Store(handle.get(), buffer.data(), size,
-                                                              display, utf8, &written);
-                    ASSERT_EQ(stored, size > expected.size()) << name << " with " << size;
-                    ASSERT_EQ(written, expected.size() + 1) << name << " with " << size;
-                    ASSERT_TRUE(buffer.GuardIsIntact()) << name << " with " << size;
-                    ASSERT_TRUE(buffer.HoldsFrontOf(expected + Char{0}))
-                        << name << " with " << size;
-                    ASSERT_EQ(LastError(), stored ? "none" : "1008/7 buffer too small");
-                }
+                CheckEverySize<Char>(handle.get(), expected, display, utf8, name);
             }
         });
     }
@@ -157,18 +146,7 @@ TEST_F(TemplateTextRule, TakesBackWhatWasWritten) {
                 }
                 if (!MustRead(set)) return;
                 ASSERT_TRUE(made) << where << "\n" << Printable(*text);
-                bool there = false;
-                bool back = false;
-                EXPECT_TRUE(TmxAct_Equal(original.get(), read.get(), &there));
-                EXPECT_TRUE(TmxAct_Equal(read.get(), original.get(), &back));
-                EXPECT_TRUE(there && back) << where << "\n" << Printable(*text);
-                // What was read writes the same text again.
-                std::basic_string<Char> again(text->size() + 1, Char{1});
-                EXPECT_TRUE(TextForm<Char>::Store(read.get(), again.data(),
-                                                  static_cast<uint32_t>(again.size()), false, utf8,
-                                                  nullptr));
-                again.pop_back();
-                EXPECT_EQ(Printable(again), Printable(*text)) << where;
+                CheckReadBack<Char>(original.get(), read.get(), *text, utf8, where);
             });
             if (TooManyFailures()) return;
         }

@@ -38,18 +38,7 @@ TEST_F(TextReadRule, TakesBackWhatWasWritten) {
                 CheckRead(*text, static_cast<uint32_t>(text->size()), utf8, where);
                 if (!MustRead(action, set)) return;
                 ASSERT_TRUE(made) << where << "\n" << Printable(*text);
-                bool there = false;
-                bool back = false;
-                EXPECT_TRUE(TmxAct_Equal(original.get(), read.get(), &there));
-                EXPECT_TRUE(TmxAct_Equal(read.get(), original.get(), &back));
-                EXPECT_TRUE(there && back) << where << "\n" << Printable(*text);
-                // What was read writes the same text again.
-                std::basic_string<Char> again(text->size() + 1, Char{1});
-                EXPECT_TRUE(TextForm<Char>::Store(read.get(), again.data(),
-                                                  static_cast<uint32_t>(again.size()), false, utf8,
-                                                  nullptr));
-                again.pop_back();
-                EXPECT_EQ(Printable(again), Printable(*text)) << where;
+                CheckReadBack<Char>(original.get(), read.get(), *text, utf8, where);
             });
             if (TooManyFailures()) return;
         }

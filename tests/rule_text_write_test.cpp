@@ -41,18 +41,7 @@ TEST_F(TextWriteRule, EverySizeOfTheBuffer) {
         ForAllForms([&]<typename Char>(bool utf8) {
             for (bool display : {false, true}) {
                 const auto expected = *TextForm<Char>::Reference(action, values, display, utf8);
-                for (uint32_t size = 0; size <= expected.size() + 2; ++size) {
-                    GuardedBuffer<Char> buffer(size);
-                    uint32_t written = kUnset;
-                    const bool stored = TextForm<Char>::Store(handle.get(), buffer.data(), size,
-                                                              display, utf8, &written);
-                    ASSERT_EQ(stored, size > expected.size()) << name << " with " << size;
-                    ASSERT_EQ(written, expected.size() + 1) << name << " with " << size;
-                    ASSERT_TRUE(buffer.GuardIsIntact()) << name << " with " << size;
-                    ASSERT_TRUE(buffer.HoldsFrontOf(expected + Char{0}))
-                        << name << " with " << size;
-                    ASSERT_EQ(LastError(), stored ? "none" : "1008/7 buffer too small");
-                }
+                CheckEverySize<Char>(handle.get(), expected, display, utf8, name);
             }
         });
     }

@@ -212,6 +212,39 @@ void CheckChanged(const std::basic_string<Char>& text, bool utf8, const std::str
     CheckRead(text, static_cast<uint32_t>(text.size()), utf8, where, nullptr, messageClass);
 }
 
+// Stores into every size up to two beyond the expected text's.
+template <typename Char>
+void CheckEverySize(TmxHandle handle, const std::basic_string<Char>& expected, bool display,
+                    bool utf8, const std::string& name) {
+    for (uint32_t size = 0; size <= expected.size() + 2; ++size) {
+        GuardedBuffer<Char> buffer(size);
+        uint32_t written = kUnset;
+        const bool stored =
+            TextForm<Char>::Store(handle, buffer.data(), size, display, utf8, &written);
+        ASSERT_EQ(stored, size > expected.size()) << name << " with " << size;
+        ASSERT_EQ(written, expected.size() + 1) << name << " with " << size;
+        ASSERT_TRUE(buffer.GuardIsIntact()) << name << " with " << size;
+        ASSERT_TRUE(buffer.HoldsFrontOf(expected + Char{0})) << name << " with " << size;
+        ASSERT_EQ(LastError(), stored ? "none" : "1008/7 buffer too small");
+    }
+}
+
+// What was read from the text of the original equals it, and writes the same text again.
+template <typename Char>
+void CheckReadBack(TmxHandle original, TmxHandle read, const std::basic_string<Char>& text,
+                   bool utf8, const std::string& where) {
+    bool there = false;
+    bool back = false;
+    EXPECT_TRUE(TmxAct_Equal(original, read, &there));
+    EXPECT_TRUE(TmxAct_Equal(read, original, &back));
+    EXPECT_TRUE(there && back) << where << "\n" << Printable(text);
+    std::basic_string<Char> again(text.size() + 1, Char{1});
+    EXPECT_TRUE(TextForm<Char>::Store(read, again.data(), static_cast<uint32_t>(again.size()),
+                                      false, utf8, nullptr));
+    again.pop_back();
+    EXPECT_EQ(Printable(again), Printable(text)) << where;
+}
+
 }  // namespace tmxtest
 
 #endif

@@ -57,6 +57,22 @@ class PipeSignalGuard {
     bool wasPending_ = false;
 };
 
+/// Reads a file of the system to its end, or to the buffer's. Returns the bytes read; 0 too where
+/// there is no such file.
+inline std::size_t ReadWhole(const char* path, char* buffer, std::size_t capacity) noexcept {
+    const int file = open(path, O_RDONLY | O_CLOEXEC);
+    if (file < 0) return 0;
+    std::size_t size = 0;
+    while (size < capacity) {
+        const ssize_t count = read(file, buffer + size, capacity - size);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        size += static_cast<std::size_t>(count);
+    }
+    close(file);
+    return size;
+}
+
 /// Moves a descriptor away from the three standard ones, which somebody else may have closed and
 /// writes to all the same. Returns the one to use.
 inline int AboveStandard(int file) noexcept {

@@ -81,20 +81,6 @@ class Path {
     std::size_t size_ = 0;
 };
 
-std::size_t ReadWhole(const char* path, char* buffer, std::size_t capacity) noexcept {
-    const int file = open(path, O_RDONLY | O_CLOEXEC);
-    if (file < 0) return 0;
-    std::size_t size = 0;
-    while (size < capacity) {
-        const ssize_t count = read(file, buffer + size, capacity - size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        size += static_cast<std::size_t>(count);
-    }
-    close(file);
-    return size;
-}
-
 /// Memory that may not be there: false, and no fault.
 bool Peek(std::uintptr_t address, void* target, std::size_t size) noexcept {
     iovec local = {target, size};
@@ -207,7 +193,7 @@ void RegistersOfSleeper(pid_t id, user_regs_struct& registers) noexcept {
     Path path;
     path << "/proc/" << job.process << "/task/" << id << "/syscall";
     char text[256];
-    const std::size_t size = ReadWhole(path.Text(), text, sizeof text);
+    const std::size_t size = Detail::ReadWhole(path.Text(), text, sizeof text);
     unsigned long long words[16] = {};
     std::size_t count = 0;
     bool inWord = false;
@@ -565,11 +551,11 @@ void PutProcess(Output& output) noexcept {
     Path path;
     path << "/proc/" << job.process << "/comm";
     const std::size_t nameSize =
-        ReadWhole(path.Text(), process.pr_fname, sizeof process.pr_fname - 1);
+        Detail::ReadWhole(path.Text(), process.pr_fname, sizeof process.pr_fname - 1);
     if (nameSize > 0 && process.pr_fname[nameSize - 1] == '\n')
         process.pr_fname[nameSize - 1] = '\0';
     const std::size_t size =
-        ReadWhole("/proc/self/cmdline", process.pr_psargs, sizeof process.pr_psargs - 1);
+        Detail::ReadWhole("/proc/self/cmdline", process.pr_psargs, sizeof process.pr_psargs - 1);
     for (std::size_t i = 0; i + 1 < size; ++i)
         if (process.pr_psargs[i] == '\0') process.pr_psargs[i] = ' ';
     PutNote(output, NT_PRPSINFO, process);
@@ -728,7 +714,7 @@ Elf64_Ehdr HeaderFor(std::uint64_t segments) noexcept {
 bool WriteCore() noexcept {
     MemoryMap map;
     if (!map.Load()) return false;
-    auxiliarySize = ReadWhole("/proc/self/auxv", auxiliary, sizeof auxiliary);
+    auxiliarySize = Detail::ReadWhole("/proc/self/auxv", auxiliary, sizeof auxiliary);
     if (!job.full) FindWanted(map);
 
     std::uint64_t segments = 1;

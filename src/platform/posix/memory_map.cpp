@@ -1,10 +1,8 @@
 #include "platform/posix/memory_map.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
-#include <cerrno>
+#include "platform/posix/descriptor.h"
 
 namespace Platform::Detail {
 
@@ -12,19 +10,8 @@ namespace {
 
 char reserve[128 * 1024];
 
-/// Reads a file of the system to its end, or to the buffer's.
 std::size_t ReadMaps(char* buffer, std::size_t capacity) noexcept {
-    const int file = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
-    if (file < 0) return 0;
-    std::size_t size = 0;
-    while (size < capacity) {
-        const ssize_t count = read(file, buffer + size, capacity - size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        size += static_cast<std::size_t>(count);
-    }
-    close(file);
-    return size;
+    return ReadWhole("/proc/self/maps", buffer, capacity);
 }
 
 std::uint64_t Number(std::string_view& text, unsigned base) noexcept {
