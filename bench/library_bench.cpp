@@ -527,10 +527,12 @@ int main(int argc, char** argv) {
     bench::RegisterBytes();
     bench::RegisterText();
     bench::RegisterLoad();
+    bench::RegisterMatch();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    bench::ReleaseMatch();
     const std::uint32_t open = bench::ReleaseLibrary();
     bench::Require(open == 0, std::to_string(open) + " handles were left open");
     return 0;

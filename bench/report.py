@@ -57,6 +57,25 @@ ROWS = [
 ]
 
 
+# What is set against the action's own operation, as a template: at most so many times its time.
+TEMPLATE_ROWS = [("store binary", "StoreBinary"),
+                 ("create from binary, close", "ReadBinaryClose"),
+                 ("store text, UTF-8", "StoreTextNarrow"),
+                 ("store text, wide", "StoreTextWide"),
+                 ("create from text, UTF-8, close", "ReadTextNarrowClose"),
+                 ("create from text, wide, close", "ReadTextWideClose")]
+TEMPLATE_AIM = 1.5
+
+# Matching: the title, the benchmark and the most nanoseconds that one of it may take.
+MATCH_ROWS = [("a template of another code", "MatchOther/%s/1000", 2),
+              ("the same, of 100,000", "MatchOther/%s/100000", 2),
+              ("a template of the code, a number set", "MatchSame/%s/1000", 15),
+              ("the same, of 100,000", "MatchSame/%s/100000", 15),
+              ("1 in 100 of the code, 1 in 1,000 matches", "Match/%s/1000", None),
+              ("the same, of 100,000", "Match/%s/100000", None)]
+MATCH_CONTENDERS = ["TmxActions", "Virtual", "StdFunction"]
+
+
 def run(program, options):
     """Runs the program and returns its result as it writes it."""
     handle, path = tempfile.mkstemp(suffix=".json")
@@ -198,12 +217,44 @@ def print_report(result, times):
         lines.append(cells)
     table(["operation"] + WORKLOADS, lines)
 
+    print("### Matching: nanoseconds a template (aim: at most)\n")
+    lines = []
+    for title, name, aim in MATCH_ROWS:
+        cells = [title]
+        for contender in MATCH_CONTENDERS:
+            time = times.get(name % contender)
+            own = contender == "TmxActions"
+            cells.append("-" if time is None else
+                         versus(time, aim if own else None, "≤", aim is None or time <= aim))
+        lines.append(cells)
+    table(["one action against", "TmxActions", "virtual call", "std::function"], lines)
+
+    print("### Templates: times the action's own (aim: at most)\n")
+    lines = []
+    for title, operation in TEMPLATE_ROWS:
+        cells = [title]
+        for workload in WORKLOADS:
+            template = times.get("Template%s/TmxActions/%s" % (operation, workload))
+            own = times.get("%s/TmxActions/%s" % (operation, workload))
+            cells.append(versus(template / own, TEMPLATE_AIM, "≤", template / own <= TEMPLATE_AIM)
+                         if template and own else "-")
+        lines.append(cells)
+    table(["operation"] + WORKLOADS, lines)
+
     print("### Single numbers\n")
     single = [("name dispatch: `ABCDisconnect ()` narrow, close", "DispatchTextNarrow/TmxActions"),
               ("name dispatch: `ABCDisconnect ()` wide, close", "DispatchTextWide/TmxActions"),
               ("load, catalogue built, in a fresh process", "Load/TmxActions")]
     single += [("code of a name, linear (%s)" % w, "LookupName/TmxActions/" + w)
                for w in WORKLOADS]
+    single += [("rules' index: 1,000 templates, ten of the code (aim: ≤ 60)",
+                "Index/TmxActions/1000"),
+               ("rules' index: 100,000 templates, 1,000 of the code, 100 match",
+                "Index/TmxActions/100000"),
+               ("rules' index: 100,000 templates of the code, none matches",
+                "IndexSame/TmxActions/100000")]
+    single += [("wide text without regard to case, a unit of %s (aim: ≤ 10)" % n,
+                "MatchWideText/TmxActions/" + n) for n in ("16", "256", "4096")]
     table(["operation", "ns"], [[title, number(times[name])] for title, name in single
                                 if name in times])
 

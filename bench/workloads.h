@@ -252,5 +252,8 @@ void RegisterEvents();
 void RegisterBytes();
 void RegisterText();
 void RegisterLoad();
+void RegisterMatch();
+/// Closes what RegisterMatch made.
+void ReleaseMatch();
 
 }  // namespace bench

@@ -81,13 +81,13 @@ struct DataSets<Decode> {
     }
 };
 
-std::map<uint32_t, ActionFacts> MakeFacts() {
+std::map<uint32_t, ActionFacts> MakeActions() {
     std::map<uint32_t, ActionFacts> all;
     std::map<uint32_t, std::vector<bool>> optionals;
 #define TMX_PARAMETER(code, name, type, kind, optional) optionals[code].push_back(optional != 0);
 #include <tmxactions/actions.def>
 #define TMX_ACTION(code, name, typed) \
-    all[code] = {code, #name, {}, &DataSets<&TmxAct_Decode##typed>::Collect};
+    all[code] = {code, #name, {}, false, &DataSets<&TmxAct_Decode##typed>::Collect};
 #include <tmxactions/actions.def>
     for (auto& [code, facts] : all) {
         const std::vector<bool>& optional = optionals[code];
@@ -101,12 +101,27 @@ std::map<uint32_t, ActionFacts> MakeFacts() {
     return all;
 }
 
+std::map<uint32_t, ActionFacts> TemplatesOf(std::map<uint32_t, ActionFacts> actions) {
+    for (auto& [code, facts] : actions) {
+        facts.isTemplate = true;
+        for (Parameter& parameter : facts.parameters) parameter.optional = true;
+        facts.parameters.insert(facts.parameters.begin(), {"Comment", TmxParamType_WideText, true});
+    }
+    return actions;
+}
+
 constexpr bool IsEnumeration(uint32_t type) { return type >= 10 && type <= 99; }
 
 }  // namespace
 
-const ActionFacts* FindAction(uint32_t code) {
-    static const std::map<uint32_t, ActionFacts> all = MakeFacts();
+const ActionFacts* FindMessage(uint32_t messageClass, uint32_t code) {
+    static const std::map<uint32_t, ActionFacts> actions = MakeActions();
+    static const std::map<uint32_t, ActionFacts> templates = TemplatesOf(actions);
+    if (messageClass != TMX_MESSAGE_CLASS_ACTION &&
+        messageClass != TMX_MESSAGE_CLASS_MATCH_ACTION) {
+        return nullptr;
+    }
+    const auto& all = messageClass == TMX_MESSAGE_CLASS_ACTION ? actions : templates;
     const auto found = all.find(code);
     return found == all.end() ? nullptr : &found->second;
 }
@@ -159,7 +174,8 @@ class Walker {
 
     Value TakeValue(const Parameter& parameter) {
         Value value;
-        if (parameter.optional && parameter.type != TmxParamType_DataSet) {
+        // No action has an optional data set.
+        if (parameter.optional) {
             value.present = (strict_ || !atEnd()) && TakeFlag();
             if (!value.present) return value;
         }
@@ -243,13 +259,13 @@ namespace {
 std::optional<Parameters> TakeParameters(Walker& walker) {
     const auto messageClass = walker.Take<uint32_t>();
     const auto code = walker.Take<uint32_t>();
-    const ActionFacts* action = FindAction(code);
-    if (!walker.ok() || messageClass != TMX_MESSAGE_CLASS_ACTION || action == nullptr)
-        return std::nullopt;
-    Parameters parameters{action, {}, 0};
+    const ActionFacts* action = FindMessage(messageClass, code);
+    if (!walker.ok() || action == nullptr) return std::nullopt;
+    Parameters parameters{action, {}, {}, 0};
     for (const Parameter& parameter : action->parameters) {
         parameters.values.push_back(walker.TakeValue(parameter));
         if (!walker.ok()) return std::nullopt;
+        parameters.ends.push_back(walker.at());
     }
     parameters.end = walker.at();
     return parameters;
@@ -266,7 +282,15 @@ std::optional<Message> Walk(const Bytes& bytes) {
     Walker walker(bytes, true);
     std::optional<Parameters> parameters = TakeParameters(walker);
     if (!parameters) return std::nullopt;
-    Message message{parameters->action, std::move(parameters->values), parameters->end, {}};
+    Message message{parameters->action,
+                    std::move(parameters->values),
+                    std::move(parameters->ends),
+                    parameters->end,
+                    {}};
+    if (message.action->isTemplate) {
+        if (!walker.atEnd()) return std::nullopt;
+        return message;
+    }
     if (walker.Take<uint32_t>() != TMX_PROPERTY_BLOCK_MARKER) walker.Refuse();
     const auto count = walker.Take<int32_t>();
     if (count < 0) walker.Refuse();
@@ -348,10 +372,10 @@ struct Reading {
 };
 
 template <typename Char>
-Reading Read(const Exact<Char>& text, uint32_t length, bool utf8) {
+Reading Read(const Exact<Char>& text, TextInput input) {
     Reading reading;
     reading.action = std::make_unique<Owned>(
-        Create(text.data(), length, TMX_MESSAGE_CLASS_ACTION, utf8, &reading.consumed));
+        Create(text.data(), input.length, input.messageClass, input.utf8, &reading.consumed));
     reading.failure = LastFailure();
     if (*reading.action) TMX_HOLDS(!reading.failure);
     // What is recorded comes from a date-time or from a GUID, and leaves the count alone.
@@ -368,20 +392,25 @@ Reading Read(const Exact<Char>& text, uint32_t length, bool utf8) {
     return reading;
 }
 
-std::unique_ptr<Owned> ReadBytes(const uint8_t* data, size_t size, uint32_t& used) {
+uint32_t ClassOf(const ActionFacts& facts) {
+    return facts.isTemplate ? TMX_MESSAGE_CLASS_MATCH_ACTION : TMX_MESSAGE_CLASS_ACTION;
+}
+
+std::unique_ptr<Owned> ReadBytes(const uint8_t* data, size_t size, uint32_t messageClass,
+                                 uint32_t& used) {
     const Exact<uint8_t> exact(data, size);
     used = kUntouched;
-    auto action = std::make_unique<Owned>(TmxAct_CreateFromBinBuffer(
-        exact.data(), static_cast<int32_t>(size), TMX_MESSAGE_CLASS_ACTION, &used));
+    auto action = std::make_unique<Owned>(
+        TmxAct_CreateFromBinBuffer(exact.data(), static_cast<int32_t>(size), messageClass, &used));
     TMX_HOLDS(!LastFailure());
     return action;
 }
 
 }  // namespace
 
-Bytes StoreBytes(TmxHandle action) {
+Bytes StoreBytes(TmxHandle handle) {
     const auto bytes = StoreInAllSizes<uint8_t>([&](uint8_t* buffer, uint32_t size, uint32_t* out) {
-        return TmxAct_StoreToBinBuffer(action, buffer, size, out);
+        return TmxAct_StoreToBinBuffer(handle, buffer, size, out);
     });
     TMX_HOLDS(bytes.has_value());
     return *bytes;
@@ -389,15 +418,29 @@ Bytes StoreBytes(TmxHandle action) {
 
 namespace {
 
-void AddDataSets(TmxHandle action, Message& message) {
+// The action that a template makes of a source, or of none.
+std::unique_ptr<Owned> MakeAction(TmxHandle match, TmxHandle source) {
+    TmxHandle made = nullptr;
+    TMX_HOLDS(TmxMatchAct_CreateActionFromTemplate(match, source, &made));
+    TMX_HOLDS(made != nullptr && !LastFailure());
+    return std::make_unique<Owned>(made);
+}
+
+void AddDataSets(TmxHandle handle, Message& message) {
     std::vector<std::vector<SetEntry>> sets;
-    message.action->dataSets(action, sets);
+    // Only an action shows its sets' entries.
+    const auto made = message.action->isTemplate ? MakeAction(handle, nullptr) : nullptr;
+    message.action->dataSets(made ? made->get() : handle, sets);
     size_t next = 0;
     for (size_t i = 0; i < message.values.size(); ++i) {
         if (message.action->parameters[i].type != TmxParamType_DataSet) continue;
         TMX_HOLDS(next < sets.size());
         Value& set = message.values[i];
         set.entries = std::move(sets[next++]);
+        if (!set.present) {
+            TMX_HOLDS(set.entries.empty());
+            continue;
+        }
         // The typed function shows names up to their first zero only.
         if (set.wide.find(u'\0') == std::u16string::npos)
             TMX_HOLDS(set.wide == SetText(set.entries));
@@ -405,19 +448,22 @@ void AddDataSets(TmxHandle action, Message& message) {
     TMX_HOLDS(next == sets.size());
 }
 
-Message ValuesFrom(TmxHandle action, const Bytes& bytes) {
+Message ValuesFrom(TmxHandle handle, const Bytes& bytes) {
     std::optional<Message> message = Walk(bytes);
     TMX_HOLDS(message.has_value());
     uint32_t code = 0;
-    TMX_HOLDS(TmxAct_GetActionCode(action, &code));
+    TMX_HOLDS(TmxAct_GetActionCode(handle, &code));
     TMX_HOLDS(code == message->action->code);
-    AddDataSets(action, *message);
+    uint32_t messageClass = 0;
+    TMX_HOLDS(TmxAct_GetMessageClass(handle, &messageClass));
+    TMX_HOLDS(messageClass == ClassOf(*message->action));
+    AddDataSets(handle, *message);
     return std::move(*message);
 }
 
 }  // namespace
 
-Message ValuesOf(TmxHandle action) { return ValuesFrom(action, StoreBytes(action)); }
+Message ValuesOf(TmxHandle handle) { return ValuesFrom(handle, StoreBytes(handle)); }
 
 // ---- Exceptions ---------------------------------------------------------------------------------
 
@@ -660,12 +706,12 @@ bool HasDateWithoutText(const Message& message) {
 }
 
 template <typename Char>
-void CheckTextOf(TmxHandle action, const Message& message, bool utf8) {
+void CheckTextOf(TmxHandle handle, const Message& message, bool utf8) {
     const bool hasText = !HasDateWithoutText(message);
     std::optional<std::vector<Char>> machine;
     for (const bool display : {true, false}) {
         machine = StoreInAllSizes<Char>([&](Char* buffer, uint32_t size, uint32_t* out) {
-            return Store(action, buffer, size, display, utf8, out);
+            return Store(handle, buffer, size, display, utf8, out);
         });
         TMX_HOLDS(machine.has_value() == hasText);
         if (!machine) {
@@ -681,7 +727,8 @@ void CheckTextOf(TmxHandle action, const Message& message, bool utf8) {
     const size_t length = machine->size() - 1;
     TMX_HOLDS((*machine)[length - 1] == ')');
     const auto text = Exact<Char>::Terminated({machine->data(), length});
-    const Reading reading = Read(text, static_cast<uint32_t>(length), utf8);
+    const Reading reading =
+        Read(text, {utf8, static_cast<uint32_t>(length), ClassOf(*message.action)});
     const Expectation expected = Expect(message, {sizeof(Char) == 2, utf8});
     switch (expected.fate) {
         case Fate::Open:
@@ -706,10 +753,28 @@ void CheckTextOf(TmxHandle action, const Message& message, bool utf8) {
     CheckSameValues(expected, read);
 }
 
+// The record of a template may end behind each of its pairs: what is missing is open.
+void CheckBordersOf(const Message& message, const Bytes& bytes) {
+    size_t open = message.ends.size();
+    for (size_t i = 0; i <= message.ends.size(); ++i, --open) {
+        const size_t end = i == 0 ? 8 : message.ends[i - 1];
+        // A set need not come back as it was.
+        if (i != 0 && message.action->parameters[i - 1].type == TmxParamType_DataSet) return;
+        uint32_t used = 0;
+        const auto cut = ReadBytes(bytes.data(), end, TMX_MESSAGE_CLASS_MATCH_ACTION, used);
+        TMX_HOLDS(static_cast<bool>(*cut));
+        TMX_HOLDS(used == end);
+        Bytes expected(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(end));
+        expected.resize(end + open);
+        TMX_HOLDS(StoreBytes(cut->get()) == expected);
+    }
+}
+
 void CheckBytesOf(const Message& message, const Bytes& bytes) {
     // Whole.
+    const uint32_t messageClass = ClassOf(*message.action);
     uint32_t used = 0;
-    const auto whole = ReadBytes(bytes.data(), bytes.size(), used);
+    const auto whole = ReadBytes(bytes.data(), bytes.size(), messageClass, used);
     TMX_HOLDS(static_cast<bool>(*whole));
     TMX_HOLDS(used == bytes.size());
     const bool hasApostrophe =
@@ -728,35 +793,124 @@ void CheckBytesOf(const Message& message, const Bytes& bytes) {
             if (message.action->parameters[i].type != TmxParamType_DataSet)
                 TMX_HOLDS(read.values[i] == message.values[i]);
     }
+    if (message.action->isTemplate) {
+        CheckBordersOf(message, bytes);
+        return;
+    }
     // A cut property block, and none at all, are passed over.
     for (const size_t size : {bytes.size() - 1, message.parametersEnd}) {
-        const auto cut = ReadBytes(bytes.data(), size, used);
+        const auto cut = ReadBytes(bytes.data(), size, messageClass, used);
         TMX_HOLDS(static_cast<bool>(*cut));
         TMX_HOLDS(used == message.parametersEnd);
     }
 }
 
-void CheckClone(TmxHandle action, const Message& message, const Bytes& bytes) {
+void CheckClone(TmxHandle original, const Message& message, const Bytes& bytes) {
     TmxHandle handle = nullptr;
-    TMX_HOLDS(TmxAct_CloneHandle(action, &handle));
+    TMX_HOLDS(TmxAct_CloneHandle(original, &handle));
     TMX_HOLDS(handle != nullptr);
     const Owned clone(handle);
+    if (message.action->isTemplate) {
+        TMX_HOLDS(StoreBytes(handle) == bytes);
+        return;
+    }
     Bytes expected(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(message.parametersEnd));
     const uint8_t noProperties[8] = {0x0F, 0xF0};
     expected.insert(expected.end(), noProperties, noProperties + 8);
     TMX_HOLDS(StoreBytes(handle) == expected);
 }
 
+bool IsNan(uint64_t bits) {
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    return std::isnan(value);
+}
+
+bool Matches(TmxHandle match, TmxHandle action) {
+    bool answer = false;
+    TMX_HOLDS(TmxMatchAct_Matches(match, action, &answer));
+    TMX_HOLDS(!LastFailure());
+    return answer;
+}
+
+bool Equal(TmxHandle a, TmxHandle b) {
+    bool answer = false;
+    TMX_HOLDS(TmxAct_Equal(a, b, &answer));
+    TMX_HOLDS(!LastFailure());
+    return answer;
+}
+
+void CheckDescription(TmxHandle match, const Value& description) {
+    bool has = false;
+    const TmxWChar* wide = nullptr;
+    const char* narrow = nullptr;
+    TMX_HOLDS(TmxMatchAct_HasDescription(match, &has));
+    TMX_HOLDS(TmxMatchAct_GetDescriptionW(match, &wide));
+    TMX_HOLDS(TmxMatchAct_GetDescriptionA(match, &narrow));
+    TMX_HOLDS(has == description.present);
+    TMX_HOLDS(std::u16string(wide) == description.wide.c_str());
+    const bool isAscii = std::all_of(description.wide.begin(), description.wide.end(),
+                                     [](char16_t unit) { return unit != 0 && unit < 0x80; });
+    if (isAscii) {
+        TMX_HOLDS(std::string(narrow) ==
+                  std::string(description.wide.begin(), description.wide.end()));
+    }
+}
+
+// The action that a template makes without a source has what is set and nothing else, and the
+// template matches it. The exception is a set NaN, which equals nothing.
+void CheckTemplate(TmxHandle match, const Message& message) {
+    CheckDescription(match, message.values[0]);
+    const auto action = MakeAction(match, nullptr);
+    const Message made = ValuesOf(action->get());
+    TMX_HOLDS(made.action == FindMessage(TMX_MESSAGE_CLASS_ACTION, message.action->code));
+    TMX_HOLDS(made.properties.empty());
+    bool hasNan = false;
+    for (size_t i = 0; i < made.values.size(); ++i) {
+        const Parameter& parameter = made.action->parameters[i];
+        const Value& set = message.values[i + 1];
+        Value value = made.values[i];
+        if (set.present) {
+            TMX_HOLDS(value == set);
+            if (parameter.type == TmxParamType_Double && IsNan(set.word)) hasNan = true;
+        } else if (parameter.optional) {
+            TMX_HOLDS(!value.present);
+        } else {
+            // An open date-time is the time of the template's making.
+            if (parameter.type == TmxParamType_DateTime) value.word = 0;
+            TMX_HOLDS(value == Value());
+        }
+    }
+    TMX_HOLDS(Matches(match, action->get()) != hasNan);
+    TMX_HOLDS(Equal(match, match) != hasNan);
+    TMX_HOLDS(!Equal(match, action->get()) && !Equal(action->get(), match));
+
+    // Of its own action it takes over what it leaves open, so that the same comes out.
+    const auto again = MakeAction(match, action->get());
+    TMX_HOLDS(StoreBytes(again->get()) == StoreBytes(action->get()));
+    // The action's template has all of that set.
+    TmxHandle handle = nullptr;
+    TMX_HOLDS(TmxAct_CreateMatchActionFromTemplate(action->get(), &handle));
+    TMX_HOLDS(handle != nullptr && !LastFailure());
+    const Owned full(handle);
+    const Message fullMessage = ValuesOf(handle);
+    TMX_HOLDS(!fullMessage.values[0].present);
+    for (size_t i = 0; i < made.values.size(); ++i)
+        TMX_HOLDS(fullMessage.values[i + 1] == made.values[i]);
+    TMX_HOLDS(Matches(handle, action->get()) != hasNan);
+}
+
 }  // namespace
 
-void CheckAction(TmxHandle action) {
-    const Bytes bytes = StoreBytes(action);
-    const Message message = ValuesFrom(action, bytes);
+void CheckMessage(TmxHandle handle) {
+    const Bytes bytes = StoreBytes(handle);
+    const Message message = ValuesFrom(handle, bytes);
     CheckBytesOf(message, bytes);
-    CheckClone(action, message, bytes);
+    CheckClone(handle, message, bytes);
+    if (message.action->isTemplate) CheckTemplate(handle, message);
     for (const bool utf8 : {false, true}) {
-        CheckTextOf<char>(action, message, utf8);
-        CheckTextOf<TmxWChar>(action, message, utf8);
+        CheckTextOf<char>(handle, message, utf8);
+        CheckTextOf<TmxWChar>(handle, message, utf8);
     }
 }
 
@@ -776,7 +930,7 @@ template <typename Char>
 void CheckOtherWidth(const Exact<Char>& text, TextInput input, const Reading& reading) {
     using Other = std::conditional_t<std::is_same_v<Char, char>, TmxWChar, char>;
     const std::basic_string<Other> units(text.data(), text.data() + text.size());
-    const Reading other = Read(Exact<Other>::Terminated(units), input.length, input.utf8);
+    const Reading other = Read(Exact<Other>::Terminated(units), input);
     TMX_HOLDS(static_cast<bool>(*other.action) == static_cast<bool>(*reading.action));
     TMX_HOLDS(other.consumed == reading.consumed);
     TMX_HOLDS(other.failure == reading.failure);
@@ -792,16 +946,23 @@ void Check(const Exact<Char>& text, TextInput input) {
                                                       : size_t{input.length});
     const auto size = static_cast<int64_t>(text.size());
 
-    // Only what an "@" begins is a match action.
-    const Owned match(
-        Create(text.data(), input.length, TMX_MESSAGE_CLASS_MATCH_ACTION, input.utf8, nullptr));
-    if (match) {
+    const Reading reading = Read(text, input);
+    // Only what an "@" begins is a match action, and nothing is of both classes.
+    TextInput other = input;
+    other.messageClass ^= TMX_MESSAGE_CLASS_ACTION ^ TMX_MESSAGE_CLASS_MATCH_ACTION;
+    const Reading otherClass = Read(text, other);
+    for (const Reading* read : {&reading, &otherClass}) {
+        if (!*read->action) continue;
         const size_t first = std::basic_string_view<Char>(text.data(), text.size())
                                  .find_first_not_of(std::basic_string<Char>{' ', '\t', '\n', '\r'});
-        TMX_HOLDS(first < text.size() && text.data()[first] == '@');
+        uint32_t messageClass = 0;
+        TMX_HOLDS(TmxAct_GetMessageClass(read->action->get(), &messageClass));
+        TMX_HOLDS(messageClass == (read == &reading ? input : other).messageClass);
+        const bool hasSign = first < text.size() && text.data()[first] == '@';
+        TMX_HOLDS(hasSign == (messageClass == TMX_MESSAGE_CLASS_MATCH_ACTION));
     }
+    TMX_HOLDS(!*reading.action || !*otherClass.action);
 
-    const Reading reading = Read(text, input.length, input.utf8);
     if (IsAscii(text.data(), text.size())) CheckOtherWidth(text, input, reading);
     if (reading.failure) return;
     if (!*reading.action) {
@@ -815,14 +976,13 @@ void Check(const Exact<Char>& text, TextInput input) {
     }
 
     // A text that ends where the closing parenthesis is due tells one more than its length.
-    TMX_HOLDS(!match);
     TMX_HOLDS(reading.consumed <= length + 1);
-    CheckAction(reading.action->get());
+    CheckMessage(reading.action->get());
     if (reading.consumed > length) return;
     TMX_HOLDS(reading.consumed > 0 && text.data()[reading.consumed - 1] == ')');
     // What follows the closing parenthesis is not looked at.
     const auto alone = Exact<Char>::Terminated({text.data(), reading.consumed});
-    const Reading again = Read(alone, reading.consumed, input.utf8);
+    const Reading again = Read(alone, {input.utf8, reading.consumed, input.messageClass});
     TMX_HOLDS(static_cast<bool>(*again.action));
     TMX_HOLDS(again.consumed == reading.consumed);
     TMX_HOLDS(StoreBytes(again.action->get()) == StoreBytes(reading.action->get()));
@@ -833,15 +993,120 @@ void Check(const Exact<Char>& text, TextInput input) {
 void CheckText(const Exact<char>& text, TextInput input) { Check(text, input); }
 void CheckText(const Exact<TmxWChar>& text, TextInput input) { Check(text, input); }
 
-TextInput InputFrom(uint8_t control, size_t size) {
+TextInput InputFrom(uint8_t control, size_t size, uint32_t messageClass) {
     // Bit 0: UTF-8. Bits 1 and 2: 1 the text is measured, 2 the length ends inside the text, else
     // it is the text's own. Bits 3 to 7: how far inside.
-    TextInput input{(control & 1) != 0, static_cast<uint32_t>(size)};
+    TextInput input{(control & 1) != 0, static_cast<uint32_t>(size), messageClass};
     const unsigned mode = control >> 1 & 3;
     const size_t cut = size_t{control} >> 3;
     if (mode == 1) input.length = TMX_MEASURE_LENGTH + static_cast<uint32_t>(cut);
     if (mode == 2) input.length -= static_cast<uint32_t>(std::min(size, cut + 1));
     return input;
+}
+
+// ---- Reading bytes ------------------------------------------------------------------------------
+
+namespace {
+
+struct BytesReading {
+    BytesReading(const Exact<uint8_t>& bytes, uint32_t messageClass)
+        : action(TmxAct_CreateFromBinBuffer(bytes.data(), static_cast<int32_t>(bytes.size()),
+                                            messageClass, &used)) {
+        // Bytes that can't be read record nothing.
+        TMX_HOLDS(!LastFailure());
+    }
+    uint32_t used = 0xA5C3F00D;  // before the handle, whose making fills it
+    Owned action;
+};
+
+// What the eight bytes of the header settle alone.
+void CheckHeader(const Exact<uint8_t>& bytes, uint32_t messageClass, const BytesReading& reading) {
+    const auto size = static_cast<uint32_t>(bytes.size());
+    const auto number = [&](size_t at) {
+        uint32_t value = 0;
+        for (size_t i = 4; i-- > 0;) value = value << 8 | bytes.data()[at + i];
+        return value;
+    };
+    if (size < 8) {
+        TMX_HOLDS(!reading.action);
+        const uint32_t used = size == 0   ? 0xFFFFFFFF
+                              : size < 4  ? size
+                              : size == 4 ? (number(0) == 1 || number(0) == 2 ? 5 : 0xFFFFFFFF)
+                                          : size - 4;
+        TMX_HOLDS(reading.used == used);
+    } else if (number(0) != TMX_MESSAGE_CLASS_ACTION &&
+               number(0) != TMX_MESSAGE_CLASS_MATCH_ACTION) {
+        TMX_HOLDS(!reading.action);
+        TMX_HOLDS(reading.used == (size == 8 ? 9 : size - 8));
+    } else if (number(0) != messageClass || FindMessage(messageClass, number(4)) == nullptr) {
+        TMX_HOLDS(!reading.action);
+        TMX_HOLDS(reading.used == 8);
+    } else {
+        const BytesReading filtered(
+            bytes, messageClass ^ TMX_MESSAGE_CLASS_ACTION ^ TMX_MESSAGE_CLASS_MATCH_ACTION);
+        TMX_HOLDS(!filtered.action);
+        TMX_HOLDS(filtered.used == 8);
+    }
+}
+
+bool HasDataSet(const ActionFacts& action) {
+    return std::any_of(
+        action.parameters.begin(), action.parameters.end(),
+        [](const Parameter& parameter) { return parameter.type == TmxParamType_DataSet; });
+}
+
+}  // namespace
+
+void CheckBytes(const uint8_t* data, size_t size, uint32_t messageClass) {
+    const NothingLeftOpen nothingLeftOpen;
+    const Exact<uint8_t> bytes(data, size);
+    const BytesReading reading(bytes, messageClass);
+    CheckHeader(bytes, messageClass, reading);
+    std::optional<Parameters> parameters = WalkAsReader(Bytes(data, data + size));
+    // Whole, but of the other class.
+    if (parameters && ClassOf(*parameters->action) != messageClass) parameters.reset();
+    if (!reading.action) {
+        TMX_HOLDS(!parameters);
+        // What remained at the first failed read; -1 where an earlier one at exactly nothing left
+        // had not been seen.
+        TMX_HOLDS(reading.used <= size + 1 || reading.used == 0xFFFFFFFF);
+        return;
+    }
+    TMX_HOLDS(reading.used >= 8 && reading.used <= size + 1);
+    CheckMessage(reading.action.get());
+    const Message message = ValuesOf(reading.action.get());
+    if (parameters) {
+        TMX_HOLDS(parameters->action == message.action);
+        TMX_HOLDS(reading.used >= parameters->end);
+        // The text of a data set has more than one spelling.
+        if (!HasDataSet(*message.action)) TMX_HOLDS(parameters->values == message.values);
+    } else {
+        // Parameters that end just before a last field give the object with that field's default.
+        TMX_HOLDS(reading.used == size + 1);
+    }
+    // A foreign block of exactly eight bytes tells one more than the size, too.
+    if (reading.used > size) return;
+
+    // What follows is not looked at.
+    const Bytes stored = StoreBytes(reading.action.get());
+    const Exact<uint8_t> prefix(data, reading.used);
+    const BytesReading alone(prefix, messageClass);
+    TMX_HOLDS(static_cast<bool>(alone.action));
+    TMX_HOLDS(alone.used == reading.used);
+    TMX_HOLDS(ValuesOf(alone.action.get()).values == message.values);
+
+    // Bytes as the library writes them are written again as they were.
+    const std::optional<Message> canonical = Walk(Bytes(data, data + reading.used));
+    if (canonical && !HasDataSet(*canonical->action)) {
+        TMX_HOLDS(canonical->parametersEnd == message.parametersEnd);
+        TMX_HOLDS(std::equal(stored.begin(),
+                             stored.begin() + static_cast<ptrdiff_t>(message.parametersEnd), data));
+        Properties expected = canonical->properties;
+        std::sort(expected.begin(), expected.end());
+        Properties got = message.properties;
+        std::sort(got.begin(), got.end());
+        TMX_HOLDS(got == expected);
+    }
 }
 
 }  // namespace tmxfuzz

@@ -91,16 +91,19 @@ struct Parameter {
     bool optional;
 };
 
+// Of an action or of its template. A template's parameters are its description and then those of
+// the action, all optional.
 struct ActionFacts {
     uint32_t code;
     std::string name;
     std::vector<Parameter> parameters;
+    bool isTemplate;
     // Appends the entries of each data set of an action, as its typed function gives them.
     void (*dataSets)(TmxHandle, std::vector<std::vector<SetEntry>>&);
 };
 
-// Null if there is no action of this code.
-const ActionFacts* FindAction(uint32_t code);
+// Null if there is no action of this code, or no such class of messages.
+const ActionFacts* FindMessage(uint32_t messageClass, uint32_t code);
 
 // ---- Bytes --------------------------------------------------------------------------------------
 
@@ -110,30 +113,33 @@ using Properties = std::vector<std::pair<std::u16string, std::u16string>>;
 struct Message {
     const ActionFacts* action = nullptr;
     Values values;
+    std::vector<size_t> ends;  // behind each parameter
     size_t parametersEnd = 0;
     Properties properties;
 };
 
-// Reads an action's bytes as the library writes them and in no other way: a flag or a bool of 0 or
-// 1, every text with its terminator, the property block with each name once, nothing behind it.
+// Reads a message's bytes as the library writes them and in no other way: a flag or a bool of 0 or
+// 1, every text with its terminator, of an action the property block with each name once, nothing
+// behind it.
 std::optional<Message> Walk(const Bytes& bytes);
 
-// Reads an action's parameters as the library's reader must: any byte but 0 is a set flag, a text's
+// Reads a message's parameters as the library's reader must: any byte but 0 is a set flag, a text's
 // last unit is passed over unread, a count of 0 is an empty text, and an optional parameter at the
 // very end is absent. Nothing if they aren't there whole.
 struct Parameters {
     const ActionFacts* action;
     Values values;
+    std::vector<size_t> ends;
     size_t end;
 };
 std::optional<Parameters> WalkAsReader(const Bytes& bytes);
 
-// The values of a live action: its bytes, with the data sets' entries besides.
-Message ValuesOf(TmxHandle action);
+// The values of a live message: its bytes, with the data sets' entries besides.
+Message ValuesOf(TmxHandle handle);
 
-// Stores an action as bytes into a buffer of exactly the size that it reports, and sees it refused
+// Stores a message as bytes into a buffer of exactly the size that it reports, and sees it refused
 // with none at all and with one byte less.
-Bytes StoreBytes(TmxHandle action);
+Bytes StoreBytes(TmxHandle handle);
 
 // ---- Texts --------------------------------------------------------------------------------------
 
@@ -142,7 +148,7 @@ struct Form {
     bool utf8;
 };
 
-// What becomes of a value, or of an action, that is written as machine text and read back.
+// What becomes of a value, or of a message, that is written as machine text and read back.
 enum class Fate {
     Kept,     // reads back; a changed value is told
     Refused,  // the reader makes no handle and records nothing
@@ -168,12 +174,17 @@ bool IsTakenForAbsent(const Message& message, size_t absent);
 
 // ---- What must hold -----------------------------------------------------------------------------
 
-// For every action: its bytes and all its texts, exact and one short, and what reading them gives.
-void CheckAction(TmxHandle action);
+// For every message: its bytes and all its texts, exact and one short, and what reading them gives.
+// A template matches and equals what it should, and makes its action.
+void CheckMessage(TmxHandle handle);
+
+// For the bytes of a message of one class, or of what is none, and what reading them gives.
+void CheckBytes(const uint8_t* data, size_t size, uint32_t messageClass);
 
 struct TextInput {
     bool utf8;
     uint32_t length;  // as handed to the library
+    uint32_t messageClass;
 };
 
 // For a text and what reading it gives. text is zero-terminated behind its size.
@@ -181,7 +192,7 @@ void CheckText(const Exact<char>& text, TextInput input);
 void CheckText(const Exact<TmxWChar>& text, TextInput input);
 
 // How a text fuzzer's first byte tells the flags and the length.
-TextInput InputFrom(uint8_t control, size_t size);
+TextInput InputFrom(uint8_t control, size_t size, uint32_t messageClass);
 
 // Sees at its end that no message object was left behind.
 class NothingLeftOpen {

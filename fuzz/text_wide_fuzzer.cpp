@@ -8,6 +8,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size == 0) return 0;
     const auto text = Exact<TmxWChar>::Terminated(
         UnitsFromBytes({reinterpret_cast<const char*>(data) + 1, size - 1}));
-    CheckText(text, InputFrom(data[0], text.size()));
+    CheckText(text, InputFrom(data[0], text.size(), TMX_MESSAGE_CLASS_ACTION));
     return 0;
 }

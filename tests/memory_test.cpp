@@ -301,6 +301,11 @@ void ExpectNone(const std::string& name, const std::function<bool()>& call,
     EXPECT_EQ(proper == nullptr, answer) << name;
 }
 
+template <typename Work>
+void InNewThread(Work work) {
+    std::thread(work).join();
+}
+
 // ---- Values and objects -------------------------------------------------------------------------
 
 constexpr size_t kLongText = 120;
@@ -361,23 +366,13 @@ void GiveProperties(TmxHandle handle) {
     ASSERT_TRUE(TmxAct_SetProperty(handle, kOtherLongName.c_str(), kLongerValue.c_str()));
 }
 
-using Bytes = std::vector<uint8_t>;
-
-Bytes BytesOf(TmxHandle handle) {
-    uint32_t needed = 0;
-    TmxAct_StoreToBinBuffer(handle, nullptr, 0, &needed);
-    Bytes bytes(needed);
-    EXPECT_TRUE(TmxAct_StoreToBinBuffer(handle, bytes.data(), needed, &needed));
-    return bytes;
-}
-
 // Holds the state of an object against later calls.
 class Unchanged {
   public:
-    explicit Unchanged(TmxHandle handle) : handle_(handle), bytes_(BytesOf(handle)) {}
+    explicit Unchanged(TmxHandle handle) : handle_(handle), bytes_(StoredBytes(handle)) {}
 
     std::string operator()() const {
-        if (BytesOf(handle_) != bytes_) return "the object has changed";
+        if (StoredBytes(handle_) != bytes_) return "the object has changed";
         uint32_t references = 0;
         TmxAct_GetReferenceCounter(handle_, &references);
         return references == 1 ? "" : std::to_string(references) + " references";
@@ -593,8 +588,93 @@ void TryAction(const ActionFacts& action, const ActionFacts& other) {
     }
     // Without an object there is nothing to read the properties for: the clone, which has none,
     // ends with the eight bytes of an empty block.
-    FailReadingBytes(name + " from bytes", BytesOf(handle.get()),
-                     static_cast<uint32_t>(BytesOf(clone).size()) - 8);
+    FailReadingBytes(name + " from bytes", StoredBytes(handle.get()),
+                     static_cast<uint32_t>(StoredBytes(clone).size()) - 8);
+}
+
+constexpr int64_t kTheObject = 1;
+// A template's description lies outside the object: most have none.
+constexpr int64_t kTheDescription = 1;
+
+// A template of the action's long values, each of its texts by itself, and the actions made of it.
+void TryTemplate(const ActionFacts& action, const ActionFacts& other) {
+    const std::string name = "the template of " + action.name;
+    const int64_t texts = CountTexts(action);
+    const bool hasSet = HasDataSet(action);
+    const Handle target(Create(action, Long(action)));
+    const Unchanged targetUnchanged(target.get());
+    const auto fromAction = [&](TmxHandle* made) {
+        return TmxAct_CreateMatchActionFromTemplate(target.get(), made);
+    };
+    const int64_t making =
+        FailEach(name, {.call = fromAction, .object = Object::Handed, .check = [&](End) {
+                            return targetUnchanged();
+                        }});
+    if (!hasSet) {
+        EXPECT_EQ(kTheObject + texts, making) << name;
+    }
+
+    TmxHandle made = nullptr;
+    ASSERT_TRUE(fromAction(&made));
+    const Handle match(made);
+    ASSERT_TRUE(match) << name;
+    ASSERT_TRUE(TmxMatchAct_SetDescriptionW(match.get(), kLongName.c_str()));
+    const Unchanged unchanged(match.get());
+    const int64_t cloning = FailClone(name, match.get());
+    if (!hasSet) {
+        EXPECT_EQ(kTheObject + texts + kTheDescription + 1, cloning) << name;
+    }
+    bool answer = false;
+    ExpectNone("Matches of " + name,
+               [&] { return TmxMatchAct_Matches(match.get(), target.get(), &answer) && answer; });
+    const Handle otherTarget(Create(other, Long(other)));
+    ExpectNone("Matches of another action", [&] {
+        return TmxMatchAct_Matches(match.get(), otherTarget.get(), &answer) && !answer;
+    });
+    ExpectNone("Equal of " + name,
+               [&] { return TmxAct_Equal(match.get(), match.get(), &answer) && answer; });
+
+    // All from the template, all from a source of the action, what there is from another source.
+    const Bytes openBytes = BinaryForm([&] {
+        Message open = TemplateOf(action, Long(action));
+        for (Value& value : open.values) value.present = false;
+        return open;
+    }());
+    const Handle open(TmxAct_CreateFromBinBuffer(
+        openBytes.data(), static_cast<int32_t>(openBytes.size()), 2, nullptr));
+    ASSERT_TRUE(open) << name;
+    const struct {
+        TmxHandle match;
+        TmxHandle source;
+        bool counted;
+    } ways[] = {{match.get(), nullptr, true},           {match.get(), otherTarget.get(), true},
+                {match.get(), target.get(), true},      {open.get(), target.get(), true},
+                {open.get(), otherTarget.get(), false}, {open.get(), nullptr, false}};
+    for (const auto& way : ways) {
+        const int64_t count = FailEach(
+            "an action of " + name,
+            {.call =
+                 [&](TmxHandle* result) {
+                     return TmxMatchAct_CreateActionFromTemplate(way.match, way.source, result);
+                 },
+             .object = Object::Handed,
+             .check = [&](End) { return unchanged() + targetUnchanged(); }});
+        if (way.counted && !hasSet) {
+            EXPECT_EQ(kTheObject + texts, count) << name;
+        }
+    }
+
+    FailStoring<char>("narrow text of " + name, match.get());
+    FailStoring<TmxWChar>("wide text of " + name, match.get());
+    FailStoringBytes("bytes of " + name, match.get());
+    for (const bool utf8 : {false, true}) {
+        const std::string narrow = TextOf<char>(match.get(), utf8);
+        FailReading<char>(name + " from narrow text", narrow, utf8);
+        const std::u16string wide = TextOf<TmxWChar>(match.get(), utf8);
+        FailReading<TmxWChar>(name + " from wide text", wide, utf8);
+    }
+    const Bytes bytes = StoredBytes(match.get());
+    FailReadingBytes(name + " from bytes", bytes, static_cast<uint32_t>(bytes.size()));
 }
 
 // The thread's own record is made with its first framed call; it is no part of what a test counts.
@@ -659,6 +739,14 @@ TEST_F(MemoryTest, EveryAction) {
     // At least the object, a property and the failures of each.
     EXPECT_LT(static_cast<int64_t>(actions.size()) * 50, failedTrials);
     RecordProperty("failedTrials", std::to_string(failedTrials));
+}
+
+TEST_F(MemoryTest, EveryTemplate) {
+    const auto& actions = AllActions();
+    for (size_t i = 0; i < actions.size(); ++i) {
+        TryTemplate(actions[i], actions[(i + 1) % actions.size()]);
+        if (TooManyFailures()) return;
+    }
 }
 
 // The pairs that leave out what was added to their actions later; all others are in the list.
@@ -901,7 +989,7 @@ void TryWideTextReading() { TryTextReading<TmxWChar>(Wide); }
 void TryByteReading() {
     // Bytes that end inside a text behind a long one.
     const Handle handle = LongObject("SetupChanged");
-    Bytes bytes = BytesOf(handle.get());
+    Bytes bytes = StoredBytes(handle.get());
     FailReadingBytes("bytes", bytes, static_cast<uint32_t>(bytes.size()) - 8);
     bytes.resize(bytes.size() / 4);
     uint32_t place = 0;
@@ -1169,11 +1257,369 @@ void TrySetters() {
     ASSERT_TRUE(TmxAct_SetNativeTranslation(true));
 }
 
+// ---- Templates ----------------------------------------------------------------------------------
+
+Handle LongTemplate() {
+    TmxHandle made = nullptr;
+    EXPECT_TRUE(TmxAct_CreateMatchActionFromTemplate(LongObject("VideoResult").get(), &made));
+    EXPECT_TRUE(TmxMatchAct_SetDescriptionW(made, kLongName.c_str()));
+    return Handle(made);
+}
+
+// The functions that read a word of the template or of its catalogue record.
+void TryTemplateQueries() {
+    const Handle owned = LongTemplate();
+    const TmxHandle handle = owned.get();
+    uint32_t word = 0;
+    bool flag = false;
+    const char* name = nullptr;
+    const TmxWChar* nameW = nullptr;
+    const struct {
+        const char* name;
+        std::function<bool()> call;
+    } calls[] = {
+        {"GetActionCode", [&] { return TmxMatchAct_GetActionCode(handle, &word); }},
+        {"GetActionClass", [&] { return TmxMatchAct_GetActionClass(handle, &word); }},
+        {"GetActionNameA", [&] { return TmxMatchAct_GetActionNameA(handle, &name); }},
+        {"GetActionNameW", [&] { return TmxMatchAct_GetActionNameW(handle, &nameW); }},
+        {"GetActionPlainNameA", [&] { return TmxMatchAct_GetActionPlainNameA(handle, &name); }},
+        {"GetActionPlainNameW", [&] { return TmxMatchAct_GetActionPlainNameW(handle, &nameW); }},
+        {"HasDescription", [&] { return TmxMatchAct_HasDescription(handle, &flag) && flag; }},
+        {"GetDescriptionW", [&] { return TmxMatchAct_GetDescriptionW(handle, &nameW); }},
+        {"DuplicateHandle", [&] { return TmxAct_DuplicateHandle(handle); }},
+        {"CloseHandle", [&] { return TmxAct_CloseHandle(handle); }},
+    };
+    for (const auto& call : calls) ExpectNone(call.name, call.call);
+}
+
+// Without memory the description stays what it was.
+void TrySetDescription() {
+    const std::string longNarrow(150, 'n');
+    for (const bool wide : {false, true}) {
+        const auto set = [&](TmxHandle handle) {
+            return wide ? TmxMatchAct_SetDescriptionW(handle, kOtherLongName.c_str())
+                        : TmxMatchAct_SetDescriptionA(handle, longNarrow.c_str());
+        };
+        for (const TmxWChar* before : {static_cast<const TmxWChar*>(nullptr), u"", u"before"}) {
+            TmxHandle handle = nullptr;
+            EXPECT_LT(0, FailEach("a description",
+                                  {.call = [&](TmxHandle*) { return set(handle); },
+                                   .prepare =
+                                       [&] {
+                                           const Handle action(TmxAct_CreateABCDisconnect());
+                                           TmxAct_CreateMatchActionFromTemplate(action.get(),
+                                                                                &handle);
+                                           TmxMatchAct_SetDescriptionW(handle, before);
+                                       },
+                                   .finish = [&] { TmxAct_CloseHandle(handle); },
+                                   .check = [&](End) -> std::string {
+                                       bool has = false;
+                                       const TmxWChar* text = nullptr;
+                                       TmxMatchAct_HasDescription(handle, &has);
+                                       TmxMatchAct_GetDescriptionW(handle, &text);
+                                       const bool same =
+                                           has == (before != nullptr) &&
+                                           std::u16string_view(text) == (has ? before : u"");
+                                       return same ? "" : "the description has changed";
+                                   }}));
+        }
+    }
+    const Handle match = LongTemplate();
+    ExpectNone("no description", [&] { return TmxMatchAct_SetDescriptionW(match.get(), nullptr); });
+    ExpectNone("no description", [&] { return TmxMatchAct_SetDescriptionA(match.get(), nullptr); });
+    const TmxWChar* wide = nullptr;
+    const char* narrow = nullptr;
+    ExpectNone("none to tell", [&] {
+        return TmxMatchAct_GetDescriptionW(match.get(), &wide) &&
+               TmxMatchAct_GetDescriptionA(match.get(), &narrow);
+    });
+}
+
+void TryGetNarrowDescription() {
+    const char* text = nullptr;
+    TmxHandle handle = nullptr;
+    EXPECT_LT(
+        0, FailEach("the narrow description",
+                    {.call = [&](TmxHandle*) { return TmxMatchAct_GetDescriptionA(handle, &text); },
+                     .prepare =
+                         [&] {
+                             const Handle action(TmxAct_CreateABCDisconnect());
+                             TmxAct_CreateMatchActionFromTemplate(action.get(), &handle);
+                             TmxMatchAct_SetDescriptionW(handle, kLongName.c_str());
+                             text = nullptr;
+                         },
+                     .finish = [&] { TmxAct_CloseHandle(handle); },
+                     .check = [&](End) -> std::string {
+                         const TmxWChar* wide = nullptr;
+                         TmxMatchAct_GetDescriptionW(handle, &wide);
+                         if (text != nullptr) return "out was written";
+                         return wide == kLongName ? "" : "the description has changed";
+                     }}));
+}
+
+void TryMatching() {
+    const Handle match = LongTemplate();
+    const Handle action = LongObject("VideoResult");
+    bool answer = false;
+    // A fresh action has nothing worked out for its data set yet.
+    ExpectNone("Matches",
+               [&] { return TmxMatchAct_Matches(match.get(), action.get(), &answer) && answer; });
+    ExpectNone("Matches again",
+               [&] { return TmxMatchAct_Matches(match.get(), action.get(), &answer) && answer; });
+    const Handle generic = LongGenericAction();
+    ExpectNone("Matches of a generic action",
+               [&] { return TmxMatchAct_Matches(match.get(), generic.get(), &answer) && !answer; });
+}
+
+void TryActionOfTemplate() {
+    const Handle match = LongTemplate();
+    const Handle generic = LongGenericAction();
+    const Unchanged unchanged(match.get());
+    EXPECT_LT(1, FailEach("an action of a template and a generic action",
+                          {.call =
+                               [&](TmxHandle* made) {
+                                   return TmxMatchAct_CreateActionFromTemplate(match.get(),
+                                                                               generic.get(), made);
+                               },
+                           .object = Object::Handed,
+                           .check = [&](End) { return unchanged(); }}));
+}
+
+void TryTemplateOfAction() {
+    const Handle generic = LongGenericAction();
+    TmxHandle made = generic.get();
+    ExpectNone("the template of a generic action", [&] {
+        return TmxAct_CreateMatchActionFromTemplate(generic.get(), &made) && made == nullptr;
+    });
+    const Handle action = LongObject("VideoResult");
+    EXPECT_LT(1, FailEach("the template of an action",
+                          {.call =
+                               [&](TmxHandle* match) {
+                                   return TmxAct_CreateMatchActionFromTemplate(action.get(), match);
+                               },
+                           .object = Object::Handed}));
+}
+
+// ---- Event records ------------------------------------------------------------------------------
+
+TmxEventDataRecord FilledRecord(TmxHandle handle) {
+    TmxEventDataRecord record{};
+    record.size = sizeof record;
+    bool complete = false;
+    EXPECT_TRUE(TmxAct_GetActionEventData(handle, &record, &complete));
+    return record;
+}
+
+void TryEventFilling() {
+    TmxEventDataRecord record{};
+    record.size = sizeof record;
+    bool complete = false;
+    // Spilled numbers, and texts of any length.
+    for (const char* name : {"CameraOn", "SetupChanged", "SensorVideoAlarm", "VideoResult"}) {
+        const Handle action = LongObject(name);
+        TmxHandle made = nullptr;
+        ASSERT_TRUE(TmxAct_CreateMatchActionFromTemplate(action.get(), &made));
+        const Handle match(made);
+        ExpectNone(name,
+                   [&] { return TmxAct_GetActionEventData(action.get(), &record, &complete); });
+        ExpectNone(name,
+                   [&] { return TmxMatchAct_GetActionEventData(match.get(), &record, &complete); });
+    }
+    record.size = 0;
+    const Handle action = LongObject("CameraOn");
+    static const Record kWrongSize = {1008, 8, "class TmxPLC::TmxPLCException",
+                                      "Wrong structure size", u"Wrong structure size"};
+    EXPECT_LT(1, FailEach("a record of another size", {.call =
+                                                           [&](TmxHandle*) {
+                                                               return TmxAct_GetActionEventData(
+                                                                   action.get(), &record,
+                                                                   &complete);
+                                                           },
+                                                       .proper = &kWrongSize}));
+}
+
+// What lies in no object goes into the thread's record: the first filling of a thread asks for it.
+void TryEventScratch() {
+    for (const char* name : {"SensorVideoAlarm", "DeviceFound"}) {
+        const Handle action = LongObject(name);
+        const int64_t blocks = liveBlocks.load();
+        int64_t count = 0;
+        for (int64_t failAt = -1; failAt < count; ++failAt) {
+            for (const bool onwards : {false, true}) {
+                InNewThread([&] {
+                    TmxEventDataRecord record{};
+                    record.size = sizeof record;
+                    bool complete = false;
+                    bool answer = false;
+                    const auto fill = [&] {
+                        answer = TmxAct_GetActionEventData(action.get(), &record, &complete);
+                    };
+                    const Watch seen = Watched(failAt, onwards, fill);
+                    if (failAt == -1) {
+                        count = seen.count;
+                        EXPECT_TRUE(answer) << name;
+                        return;
+                    }
+                    EXPECT_FALSE(answer) << name << ", allocation " << failAt;
+                    // Without memory for the thread's record the failure may go unrecorded.
+                    if (HasError()) EXPECT_EQ("", Against(&kBadAlloc)) << name;
+                    EXPECT_TRUE(failAt == 0 || HasError()) << name;
+                    fill();
+                    EXPECT_TRUE(answer) << name;
+                    EXPECT_FALSE(HasError()) << name;
+                });
+                EXPECT_EQ(blocks, liveBlocks.load()) << name << ", allocation " << failAt;
+            }
+        }
+        EXPECT_LT(0, count) << name;
+    }
+}
+
+// Restoring asks for more than one object: without memory for the last there is null and no
+// failure, as for the first.
+template <typename Call>
+void FailRestoring(const std::string& name, const Call& call) {
+    Handle(call());  // what is made once
+    int64_t count = Allocations([&] { Handle(call()); });
+    EXPECT_LT(1, count) << name;
+    const int64_t blocks = liveBlocks.load();
+    for (int64_t failAt = 0; failAt < count; ++failAt) {
+        for (const bool onwards : {false, true}) {
+            TmxHandle made = nullptr;
+            const Watch seen = Watched(failAt, onwards, [&] { made = call(); });
+            const std::string where = name + ", allocation " + std::to_string(failAt);
+            EXPECT_LT(0, seen.failures) << where;
+            EXPECT_EQ(nullptr, made) << where;
+            const bool noObject = seen.firstWasNothrow && seen.failures == 1;
+            EXPECT_EQ("", Against(noObject ? nullptr : &kBadAlloc)) << where;
+            EXPECT_EQ(blocks, liveBlocks.load()) << where;
+            Handle whole(call());
+            EXPECT_TRUE(whole) << where;
+            EXPECT_FALSE(HasError()) << where;
+        }
+    }
+}
+
+void TryRestoring() {
+    const std::u16string name(100, u'n');
+    const TmxObjectRef camera{1, name.c_str(), 2, 0};
+    const Handle action(TmxAct_CreateCameraOn(&camera));
+    const TmxEventDataRecord fields = FilledRecord(action.get());
+    FailRestoring("from fields", [&] { return TmxAct_RestoreActionFromEventData(&fields); });
+    FailRestoring("a match action from fields",
+                  [&] { return TmxMatchAct_RestoreActionFromEventData(&fields); });
+    // The larger buffer.
+    const Handle large = LongObject("CustomAction");
+    const TmxEventDataRecord second = FilledRecord(large.get());
+    FailRestoring("from a larger buffer",
+                  [&] { return TmxAct_RestoreActionFromEventData(&second); });
+    // A record without an action has no other way to give one.
+    const Bytes bytes = BytesOf(large.get());
+    TmxEventDataRecord stored{};
+    stored.binarySize = bytes.size();
+    stored.binary = bytes.data();
+    FailRestoring("from bytes", [&] { return TmxAct_RestoreActionFromEventData(&stored); });
+    FailRestoring("a match action from bytes",
+                  [&] { return TmxMatchAct_RestoreActionFromEventData(&stored); });
+    const Handle narrow(TmxAct_CreateDeviceFound(std::string(60, 'n').c_str(), "", ""));
+    const TmxEventDataRecord texts = FilledRecord(narrow.get());
+    FailRestoring("narrow texts", [&] { return TmxAct_RestoreActionFromEventData(&texts); });
+}
+
+void TryDescribing() {
+    const Handle action = LongObject("CustomAction");
+    const Bytes bytes = BytesOf(action.get());
+    TmxEventDataRecord stored{};
+    stored.code = 8;
+    stored.binarySize = bytes.size();
+    stored.binary = bytes.data();
+    const TmxEventDataRecord shortOne = FilledRecord(action.get());
+    bool complete = false;
+    int calls = 0;
+    const auto describe = [&](const TmxEventDataRecord& record) {
+        calls = 0;
+        return TmxAct_GetActionEventDescription(
+            &record, &calls,
+            [](void* context, uint32_t, const TmxWChar*, const TmxWChar*) {
+                ++*static_cast<int*>(context);
+            },
+            &complete);
+    };
+    ExpectNone("a usual line", [&] { return describe(shortOne) && calls == 3; });
+    const std::u16string endless(2000, u'e');
+    TmxEventDataRecord fields = shortOne;
+    fields.textFields[0] = {endless.size(), endless.c_str()};
+    EXPECT_LT(1, FailEach("a long line", {.call = [&](TmxHandle*) { return describe(fields); }}));
+    // Without memory for an object of the bytes the fields are described, here none.
+    const int64_t count = Allocations([&] { EXPECT_TRUE(describe(stored)); });
+    EXPECT_LT(2, count);
+    EXPECT_EQ(3, calls);
+    const int64_t blocks = liveBlocks.load();
+    for (int64_t failAt = 0; failAt < count; ++failAt) {
+        bool answer = false;
+        const Watch seen = Watched(failAt, false, [&] { answer = describe(stored); });
+        EXPECT_EQ(seen.firstWasNothrow, answer) << failAt;
+        EXPECT_EQ(answer ? 1 : 0, calls) << failAt;
+        EXPECT_EQ("", Against(answer ? nullptr : &kBadAlloc)) << failAt;
+        EXPECT_EQ(blocks, liveBlocks.load()) << failAt;
+    }
+}
+
+void TryActionInfo() {
+    const Handle action = LongObject("CameraOn");
+    TmxActionInfoCallbacks callbacks{};
+    callbacks.version = 1;
+    callbacks.resolveVideoInput = [](void*, TmxObjectRef* reference) {
+        reference->name = kOtherLongName.c_str();
+        return true;
+    };
+    bool ok = false;
+    EXPECT_EQ(1, FailEach("a new name", {.call = [&](TmxHandle*) {
+                              return TmxAct_UpdateActionInfo(action.get(), nullptr, &callbacks,
+                                                             &ok);
+                          }}));
+    EXPECT_TRUE(ok);
+    callbacks.resolveVideoInput = [](void*, TmxObjectRef*) { return false; };
+    ExpectNone("no new name", [&] {
+        return TmxAct_UpdateActionInfo(action.get(), nullptr, &callbacks, &ok) && !ok;
+    });
+    ExpectNone("UpdateActionSource", [] { return TmxAct_UpdateActionSource(); });
+    ExpectNone("UpdateTimeRangeChanged", [] { return !TmxAct_UpdateTimeRangeChanged(); });
+}
+
+void TryClientInfo() {
+    const Handle action = LongObject("ViewerCleared");
+    const Unchanged unchanged(action.get());
+    EXPECT_EQ(2, FailEach("a new client",
+                          {.call =
+                               [&](TmxHandle*) {
+                                   return TmxAct_UpdateWindowsClientInfo(
+                                       action.get(), kLongName.c_str(), 3, kOtherLongName.c_str());
+                               },
+                           .prepare =
+                               [&] {
+                                   // Back to what it was.
+                                   const Values values = Long(ActionByName("ViewerCleared"));
+                                   TmxAct_UpdateWindowsClientInfo(
+                                       action.get(),
+                                       std::get<std::u16string>(values[1].data).c_str(),
+                                       std::get<int32_t>(values[2].data),
+                                       std::get<std::u16string>(values[3].data).c_str());
+                               },
+                           .check = [&](End) { return unchanged(); }}));
+    const TmxWChar* host = nullptr;
+    const int32_t* type = nullptr;
+    const TmxWChar* account = nullptr;
+    ExpectNone("the client",
+               [&] { return TmxAct_GetWindowsClientInfo(action.get(), &host, &type, &account); });
+}
+
 // ---- All of them --------------------------------------------------------------------------------
 
 struct Trial {
     void (*run)();
-    std::vector<std::string> exports;  // the functions that it lets fail, without their prefix
+    // The functions that it lets fail, those of actions without their prefix.
+    std::vector<std::string> exports;
 };
 
 const std::vector<Trial>& Trials() {
@@ -1226,10 +1672,26 @@ const std::vector<Trial>& Trials() {
           "EnumerateEventFields",
           "GetEventDescriptionInfo",
           "GetMatchActionDescriptionInfo"}},
+        {&TryEventFilling, {"GetActionEventData", "TmxMatchAct_GetActionEventData"}},
+        {&TryEventScratch, {"GetActionEventData"}},
+        {&TryRestoring, {"RestoreActionFromEventData", "TmxMatchAct_RestoreActionFromEventData"}},
+        {&TryDescribing, {"GetActionEventDescription"}},
+        {&TryActionInfo, {"UpdateActionInfo", "UpdateActionSource", "UpdateTimeRangeChanged"}},
+        {&TryClientInfo, {"GetWindowsClientInfo", "UpdateWindowsClientInfo"}},
         {&TrySetters,
          {"SetActionPlainInfo", "SetActionClassPlainInfo", "SetActionParameterPlainInfo",
           "SetEnumValuePlainInfo", "SetEventFieldPlainInfo", "SetEventDescriptionPlainInfo",
           "SetMatchActionDescriptionPlainInfo"}},
+        {&TryTemplateQueries,
+         {"TmxMatchAct_GetActionCode", "TmxMatchAct_GetActionClass", "TmxMatchAct_GetActionNameA",
+          "TmxMatchAct_GetActionNameW", "TmxMatchAct_GetActionPlainNameA",
+          "TmxMatchAct_GetActionPlainNameW", "TmxMatchAct_HasDescription",
+          "TmxMatchAct_GetDescriptionW"}},
+        {&TrySetDescription, {"TmxMatchAct_SetDescriptionW", "TmxMatchAct_SetDescriptionA"}},
+        {&TryGetNarrowDescription, {"TmxMatchAct_GetDescriptionA"}},
+        {&TryMatching, {"TmxMatchAct_Matches"}},
+        {&TryActionOfTemplate, {"TmxMatchAct_CreateActionFromTemplate"}},
+        {&TryTemplateOfAction, {"CreateMatchActionFromTemplate"}},
     };
     return trials;
 }
@@ -1245,7 +1707,9 @@ TEST_F(MemoryTest, EveryGenericFunction) {
 TEST_F(MemoryTest, NoFunctionIsLeftOut) {
     std::set<std::string> tried;
     for (const Trial& trial : Trials()) {
-        for (const std::string& name : trial.exports) tried.insert("TmxAct_" + name);
+        for (const std::string& name : trial.exports) {
+            tried.insert(name.find("TmxMatchAct_") == 0 ? name : "TmxAct_" + name);
+        }
     }
     for (const char* name :
          {"EventStarted", "StartEvent", "SensorVideoAlarm", "SensorInhibitVideoAlarm"}) {
@@ -1353,7 +1817,7 @@ TEST_F(MemoryTest, EverydayActionsAskForTheirObjectAlone) {
         ExpectNone("bytes", [&] {
             return TmxAct_StoreToBinBuffer(handle.get(), byteBuffer, sizeof byteBuffer, nullptr);
         });
-        const Bytes bytes = BytesOf(handle.get());
+        const Bytes bytes = StoredBytes(handle.get());
         EXPECT_EQ(1, Allocations([&] {
                       made = TmxAct_CreateFromBinBuffer(bytes.data(),
                                                         static_cast<int32_t>(bytes.size()),
@@ -1362,6 +1826,70 @@ TEST_F(MemoryTest, EverydayActionsAskForTheirObjectAlone) {
         EXPECT_TRUE(Handle(made));
         ExpectNone("duplicate", [&] { return TmxAct_DuplicateHandle(handle.get()); });
         ExpectNone("close", [&] { return TmxAct_CloseHandle(handle.get()); });
+    }
+}
+
+TEST_F(MemoryTest, EverydayTemplatesAskForTheirObjectAndTheirDescription) {
+    constexpr int64_t kBoth = kTheObject + kTheDescription;
+    for (const NamedValues& everyday : EverydayValues()) {
+        SCOPED_TRACE(everyday.name);
+        const Handle action(Create(ActionByName(everyday.name), everyday.values));
+        TmxHandle made = nullptr;
+        EXPECT_EQ(1,
+                  Allocations([&] { TmxAct_CreateMatchActionFromTemplate(action.get(), &made); }));
+        const Handle match(made);
+        ASSERT_TRUE(match);
+        EXPECT_EQ(kTheDescription,
+                  Allocations([&] { TmxMatchAct_SetDescriptionW(match.get(), u"at night"); }));
+        ExpectNone("another description",
+                   [&] { return TmxMatchAct_SetDescriptionW(match.get(), u"by day"); });
+        const char* text = nullptr;
+        ExpectNone("narrow description",
+                   [&] { return TmxMatchAct_GetDescriptionA(match.get(), &text); });
+        EXPECT_EQ(kBoth, Allocations([&] { TmxAct_CloneHandle(match.get(), &made); }));
+        const Handle clone(made);
+        bool answer = false;
+        ExpectNone("equal",
+                   [&] { return TmxAct_Equal(match.get(), clone.get(), &answer) && answer; });
+        ExpectNone("matches", [&] {
+            return TmxMatchAct_Matches(match.get(), action.get(), &answer) && answer;
+        });
+        for (const TmxHandle source : {static_cast<TmxHandle>(nullptr), action.get()}) {
+            EXPECT_EQ(1, Allocations([&] {
+                          TmxMatchAct_CreateActionFromTemplate(match.get(), source, &made);
+                      }));
+            EXPECT_TRUE(Handle(made));
+        }
+        for (const bool utf8 : {false, true}) {
+            for (const bool display : {false, true}) {
+                ExpectNone("narrow text", [&] {
+                    return StoreText<char>(match.get(), 1u << 16, display, utf8, nullptr);
+                });
+                ExpectNone("wide text", [&] {
+                    return StoreText<TmxWChar>(match.get(), 1u << 16, display, utf8, nullptr);
+                });
+            }
+            const std::string narrow = TextOf<char>(match.get(), utf8);
+            EXPECT_EQ(kBoth, Allocations([&] {
+                          made = FromText(narrow.data(), narrow.size(), utf8, nullptr);
+                      }));
+            EXPECT_TRUE(Handle(made));
+            const std::u16string wide = TextOf<TmxWChar>(match.get(), utf8);
+            EXPECT_EQ(kBoth, Allocations([&] {
+                          made = FromText(wide.data(), wide.size(), utf8, nullptr);
+                      }));
+            EXPECT_TRUE(Handle(made));
+        }
+        const Bytes bytes = StoredBytes(match.get());
+        ExpectNone("bytes", [&] {
+            return TmxAct_StoreToBinBuffer(match.get(), byteBuffer, sizeof byteBuffer, nullptr);
+        });
+        EXPECT_EQ(kBoth, Allocations([&] {
+                      made = TmxAct_CreateFromBinBuffer(bytes.data(),
+                                                        static_cast<int32_t>(bytes.size()),
+                                                        TMX_ANY_MESSAGE_CLASS, nullptr);
+                  }));
+        EXPECT_TRUE(Handle(made));
     }
 }
 
@@ -1380,7 +1908,7 @@ TEST_F(MemoryTest, ALongTextTakesOneAllocation) {
         EXPECT_EQ(count,
                   Allocations([&] { made = FromText(text.data(), text.size(), false, nullptr); }));
         EXPECT_TRUE(Handle(made));
-        const Bytes bytes = BytesOf(handle.get());
+        const Bytes bytes = StoredBytes(handle.get());
         EXPECT_EQ(count, Allocations([&] {
                       made = TmxAct_CreateFromBinBuffer(bytes.data(),
                                                         static_cast<int32_t>(bytes.size()),
@@ -1393,7 +1921,7 @@ TEST_F(MemoryTest, ALongTextTakesOneAllocation) {
 // A count in the bytes is held against what is there before memory is asked for.
 TEST_F(MemoryTest, CountsInBytesAskForNothing) {
     const Handle handle = LongObject("CustomAction");
-    const Bytes whole = BytesOf(handle.get());
+    const Bytes whole = StoredBytes(handle.get());
     // Header, 64-bit integer, then the count of the text.
     constexpr size_t kCountAt = 16;
     for (const uint32_t count : {0x1000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
@@ -1411,11 +1939,6 @@ TEST_F(MemoryTest, CountsInBytesAskForNothing) {
 }
 
 // ---- The record of a new thread -----------------------------------------------------------------
-
-template <typename Work>
-void InNewThread(Work work) {
-    std::thread(work).join();
-}
 
 // Without memory for the record a call answers as ever and records nothing; the next one tries
 // again.

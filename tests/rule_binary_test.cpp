@@ -2,11 +2,8 @@
 // back from what was written, cut at every place, and changed at every place.
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
 
-#include "support/checks.h"
-#include "support/reference_binary.h"
+#include "support/binary_checks.h"
 #include "support/reference_equal.h"
 #include "support/value_sets.h"
 
@@ -14,10 +11,6 @@ namespace tmxtest {
 namespace {
 
 class BinaryRule : public RuleTest {};
-
-constexpr uint32_t kUnset = 0xABABABAB;
-constexpr uint8_t kCanary = 0xEE;
-constexpr size_t kGuard = 16;
 
 Properties SomeProperties() {
     return {{TMX_W(""), TMX_W("empty name")},
@@ -33,50 +26,6 @@ void SetProperties(TmxHandle handle, const Properties& properties) {
     }
 }
 
-// Stores with a size that fits.
-Bytes Stored(TmxHandle handle) {
-    uint32_t needed = 0;
-    TmxAct_StoreToBinBuffer(handle, nullptr, 0, &needed);
-    Bytes bytes(needed);
-    EXPECT_TRUE(TmxAct_StoreToBinBuffer(handle, bytes.data(), needed, &needed)) << LastError();
-    EXPECT_EQ(needed, bytes.size());
-    return bytes;
-}
-
-std::string Shown(const Bytes& bytes) {
-    return Hex(bytes.data(), std::min<size_t>(bytes.size(), 700));
-}
-
-void CheckSizes(const std::string& where, TmxHandle handle, const Bytes& expected,
-                const std::vector<size_t>& sizes) {
-    for (size_t size : sizes) {
-        Bytes buffer(size + kGuard, kCanary);
-        uint32_t needed = kUnset;
-        const bool stored =
-            TmxAct_StoreToBinBuffer(handle, buffer.data(), static_cast<uint32_t>(size), &needed);
-        ASSERT_EQ(stored, size >= expected.size()) << where << " with " << size;
-        ASSERT_EQ(needed, expected.size()) << where << " with " << size;
-        ASSERT_EQ(LastError(), stored ? "none" : "1008/7 buffer too small") << where;
-        ASSERT_TRUE(std::all_of(buffer.begin() + static_cast<std::ptrdiff_t>(size), buffer.end(),
-                                [](uint8_t byte) { return byte == kCanary; }))
-            << where << " with " << size;
-        // A clean front of the bytes, and nothing behind it.
-        size_t same = 0;
-        while (same < size && same < expected.size() && buffer[same] == expected[same]) ++same;
-        for (size_t i = same; i < size; ++i) {
-            ASSERT_EQ(buffer[i], kCanary) << where << " with " << size << ", byte " << i << "\n"
-                                          << "expected " << Shown(expected) << "\n"
-                                          << "got      " << Shown(buffer);
-        }
-        if (stored) {
-            ASSERT_GE(same, expected.size()) << where;
-        }
-        ASSERT_EQ(
-            TmxAct_StoreToBinBuffer(handle, buffer.data(), static_cast<uint32_t>(size), nullptr),
-            stored);
-    }
-}
-
 TEST_F(BinaryRule, BytesAreExact) {
     size_t number = 0;
     for (const ActionFacts& action : AllActions()) {
@@ -85,13 +34,13 @@ TEST_F(BinaryRule, BytesAreExact) {
             const std::string where = action.name + ", " + set.name;
             const Handle handle(Create(action, set.values));
             const Bytes expected = BinaryForm(action, set.values);
-            const Bytes stored = Stored(handle.get());
+            const Bytes stored = StoredBytes(handle.get());
             EXPECT_EQ(stored, expected)
                 << where << "\nexpected " << Shown(expected) << "\ngot      " << Shown(stored);
             CheckSizes(where, handle.get(), expected,
                        {expected.size(), expected.size() - 1, expected.size() + 5, 0, 8, 9,
                         expected.size() / 2, expected.size() - 8, expected.size() - 9});
-            uint32_t needed = kUnset;
+            uint32_t needed = kUnsetSize;
             EXPECT_FALSE(TmxAct_StoreToBinBuffer(handle.get(), nullptr, 0, &needed));
             EXPECT_EQ(needed, expected.size());
             if (TooManyFailures()) return;
@@ -112,95 +61,6 @@ TEST_F(BinaryRule, EverySizeOfTheBuffer) {
     }
 }
 
-std::string PropertyDifferences(TmxHandle handle, const Properties& expected) {
-    WideString listing = TMX_W("<properties />");
-    if (!expected.empty()) {
-        const auto escaped = [](const WideString& text) {
-            WideString result;
-            // A zero ends the text where it is handed out.
-            for (TmxWChar c : text) {
-                if (c == TMX_W('&')) {
-                    result += TMX_W("&amp;");
-                } else if (c == TMX_W('<')) {
-                    result += TMX_W("&lt;");
-                } else if (c == TMX_W('>')) {
-                    result += TMX_W("&gt;");
-                } else {
-                    result += c;
-                }
-            }
-            return result;
-        };
-        listing = TMX_W("<properties>\r\n");
-        for (const auto& [name, value] : expected) {
-            listing += TMX_W("  <property>\r\n    <name>") + escaped(name) +
-                       TMX_W("</name>\r\n    <value>") + escaped(value) +
-                       TMX_W("</value>\r\n  </property>\r\n");
-        }
-        listing += TMX_W("</properties>");
-    }
-    listing = listing.substr(0, listing.find(TMX_W('\0')));
-    const TmxWChar* text = nullptr;
-    if (!TmxAct_GetProperties(handle, &text)) return "no properties\n";
-    if (text == listing) return {};
-    return "properties: expected " + Printable(listing) + ", got " + Printable(text) + "\n";
-}
-
-// Reads the bytes with the library and with the reference, and compares all that can be seen. The
-// bytes lie at the end of a block of their own, so that a read past them is found.
-bool CheckRead(const Bytes& bytes, const std::string& where, Handle* made = nullptr) {
-    const BinaryReading expected = ReadBinary(bytes);
-    const std::unique_ptr<uint8_t[]> block(new uint8_t[bytes.size()]);
-    if (!bytes.empty()) std::memcpy(block.get(), bytes.data(), bytes.size());
-    uint32_t used = kUnset;
-    Handle handle(TmxAct_CreateFromBinBuffer(block.get(), static_cast<int32_t>(bytes.size()),
-                                             TMX_MESSAGE_CLASS_ACTION, &used));
-    std::string problem;
-    if (LastError() != "none") problem += "error " + LastError() + "\n";
-    if (used != expected.used) {
-        problem += "used: expected " + std::to_string(static_cast<int32_t>(expected.used)) +
-                   ", got " + std::to_string(static_cast<int32_t>(used)) + "\n";
-    }
-    if (static_cast<bool>(handle) != (expected.action != nullptr)) {
-        problem += expected.action != nullptr ? "no handle\n" : "a handle\n";
-    } else if (handle) {
-        uint32_t code = 0;
-        TmxAct_GetActionCode(handle.get(), &code);
-        Values values;
-        if (code != expected.action->code) {
-            problem += "another action\n";
-        } else if (!Decode(*expected.action, handle.get(), &values)) {
-            problem += "no decode\n";
-        } else {
-            problem += Differences(*expected.action, expected.values, values);
-            problem += PropertyDifferences(handle.get(), expected.properties);
-            const bool now =
-                std::any_of(expected.values.begin(), expected.values.end(), [](const Value& value) {
-                    const auto* time = std::get_if<DateTime>(&value.data);
-                    return value.present && time != nullptr && time->now;
-                });
-            // Texts with zeros in them, which decode can't show, are seen here.
-            if (!now) {
-                const Bytes again =
-                    BinaryForm(*expected.action, expected.values, expected.properties);
-                const Bytes stored = Stored(handle.get());
-                if (stored != again) {
-                    problem +=
-                        "stored again: expected " + Shown(again) + "\ngot " + Shown(stored) + "\n";
-                }
-            }
-        }
-    }
-    if (!problem.empty()) {
-        ADD_FAILURE() << where << ", " << bytes.size() << " bytes\n"
-                      << Shown(bytes) << "\n"
-                      << problem;
-    }
-    const bool result = static_cast<bool>(handle);
-    if (made != nullptr) *made = std::move(handle);
-    return result;
-}
-
 TEST_F(BinaryRule, TakesBackWhatWasWritten) {
     size_t number = 0;
     for (const ActionFacts& action : AllActions()) {
@@ -210,7 +70,7 @@ TEST_F(BinaryRule, TakesBackWhatWasWritten) {
                 const std::string where = action.name + ", " + set.name;
                 const Handle original(Create(action, set.values));
                 SetProperties(original.get(), properties);
-                Bytes bytes = Stored(original.get());
+                Bytes bytes = StoredBytes(original.get());
                 ASSERT_EQ(bytes, BinaryForm(action, set.values, properties)) << where;
                 Handle read;
                 ASSERT_TRUE(CheckRead(bytes, where, &read)) << where;
@@ -455,7 +315,7 @@ TEST_F(BinaryRule, MoreThanAThousandProperties) {
         properties[name] = TMX_W("v");
     }
     SetProperties(handle.get(), properties);
-    const Bytes bytes = Stored(handle.get());
+    const Bytes bytes = StoredBytes(handle.get());
     EXPECT_EQ(bytes, BinaryForm(ActionByName("ABCDisconnect"), {}, properties));
     uint32_t used = 0;
     const Handle read(TmxAct_CreateFromBinBuffer(bytes.data(), static_cast<int32_t>(bytes.size()),
@@ -471,7 +331,7 @@ TEST_F(BinaryRule, MoreThanAThousandProperties) {
 
 TEST_F(BinaryRule, GenericActionIsItsPropertyBlock) {
     const Handle handle(TmxAct_CreateGenericAction(nullptr, nullptr, nullptr, nullptr, 5));
-    EXPECT_EQ(Stored(handle.get()), (Bytes{0x0F, 0xF0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(StoredBytes(handle.get()), (Bytes{0x0F, 0xF0, 0, 0, 0, 0, 0, 0}));
 }
 
 }  // namespace

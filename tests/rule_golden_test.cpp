@@ -279,13 +279,7 @@ TEST_F(GoldenRule, StoredFormsNeverChange) {
                                             static_cast<uint32_t>(bytes.size()), nullptr))
             << name;
         EXPECT_EQ(Hex(bytes.data(), bytes.size()), hex) << name;
-        Values unnumbered = values;
-        for (Value& value : unnumbered) {
-            // Part of no stored form.
-            if (auto* named = std::get_if<NamedId>(&value.data)) named->number = 0;
-            if (auto* guid = std::get_if<GuidRef>(&value.data)) guid->reserved = 0;
-        }
-        const Example example = {action.name.c_str(), unnumbered};
+        const Example example = {action.name.c_str(), AsStored(values)};
         const Handle fromText(TmxAct_CreateFromTextBufferA(
             text.c_str(), TMX_MEASURE_LENGTH, TMX_MESSAGE_CLASS_ACTION, true, nullptr));
         ExpectValues(fromText.get(), example, name + " from text");
@@ -296,6 +290,46 @@ TEST_F(GoldenRule, StoredFormsNeverChange) {
         ++count;
     }
     EXPECT_GE(count, 353u);
+}
+
+// Each form gives the other, in both widths.
+TEST_F(GoldenRule, Templates) {
+    for (const std::string& line : LinesOf("templates.txt")) {
+        const size_t tab = line.find('\t');
+        ASSERT_NE(tab, std::string::npos) << line;
+        const std::string text = line.substr(0, tab);
+        const WideString wideText = ToWide(text, true);
+        const Bytes bytes = FromHex(line.substr(tab + 1));
+        uint32_t consumed = 0;
+        const Handle narrow(TmxAct_CreateFromTextBufferA(
+            text.c_str(), TMX_MEASURE_LENGTH, TMX_MESSAGE_CLASS_MATCH_ACTION, true, &consumed));
+        ASSERT_TRUE(narrow) << text;
+        EXPECT_EQ(consumed, text.size()) << text;
+        const Handle wide(TmxAct_CreateFromTextBufferW(wideText.c_str(), TMX_MEASURE_LENGTH,
+                                                       TMX_MESSAGE_CLASS_MATCH_ACTION, false,
+                                                       &consumed));
+        ASSERT_TRUE(wide) << text;
+        EXPECT_EQ(consumed, wideText.size()) << text;
+        const Handle read(TmxAct_CreateFromBinBuffer(bytes.data(),
+                                                     static_cast<int32_t>(bytes.size()),
+                                                     TMX_MESSAGE_CLASS_MATCH_ACTION, &consumed));
+        ASSERT_TRUE(read) << text;
+        EXPECT_EQ(consumed, bytes.size()) << text;
+        for (const Handle* handle : {&narrow, &wide, &read}) {
+            const Bytes stored = StoredBytes(handle->get());
+            EXPECT_EQ(Hex(stored.data(), stored.size()), line.substr(tab + 1)) << text;
+            std::string again(text.size() + 1, '!');
+            EXPECT_TRUE(TmxAct_StoreToTextBufferA(handle->get(), again.data(),
+                                                  static_cast<uint32_t>(again.size()), false, true,
+                                                  nullptr));
+            EXPECT_EQ(std::string(again.c_str()), text);
+            WideString wideAgain(wideText.size() + 1, TMX_W('!'));
+            EXPECT_TRUE(TmxAct_StoreToTextBufferW(handle->get(), wideAgain.data(),
+                                                  static_cast<uint32_t>(wideAgain.size()), false,
+                                                  false, nullptr));
+            EXPECT_EQ(WideString(wideAgain.c_str()), wideText);
+        }
+    }
 }
 
 }  // namespace

@@ -6,44 +6,13 @@
 #include <string>
 
 #include "support/checks.h"
+#include "support/reference_routing.h"
 #include "support/value_sets.h"
 
 namespace tmxtest {
 namespace {
 
 class RoutingRule : public RuleTest {};
-
-constexpr size_t kNone = ~size_t{0};
-
-// The place of the one parameter that fits, kNone if there is none.
-template <typename Predicate>
-size_t PlaceOf(const ActionFacts& action, const Predicate& fits) {
-    size_t place = kNone;
-    for (size_t i = 0; i < action.parameters.size(); ++i) {
-        if (!fits(action.parameters[i])) continue;
-        EXPECT_EQ(place, kNone) << action.name << ": two parameters for one role";
-        place = i;
-    }
-    return place;
-}
-
-size_t PlaceOfKind(const ActionFacts& action, Kind kind) {
-    return PlaceOf(action, [&](const ParameterFacts& p) { return p.kind == kind; });
-}
-
-size_t PlaceOfName(const ActionFacts& action, const std::string& name) {
-    return PlaceOf(action, [&](const ParameterFacts& p) { return p.name == name; });
-}
-
-size_t VideoInputPlace(const ActionFacts& action) {
-    if (action.name == "SensorAudioAlarm") return PlaceOfName(action, "Channel");
-    if (action.name == "IPCamFailoverNotification" || action.name == "IPCamFailoverRestore") {
-        return PlaceOfName(action, "SecondaryChannel");
-    }
-    return PlaceOf(action, [](const ParameterFacts& p) {
-        return p.kind == Kind::VideoChannel || p.kind == Kind::Camera;
-    });
-}
 
 // Checks what the accessor hands out against the parameter at a place, in an object with the
 // values. What is written through the pointer must show in the object.
@@ -54,7 +23,7 @@ void CheckReference(const ActionFacts& action, const Values& values, size_t plac
     TmxObjectRef* reference = &marker;
     ASSERT_TRUE(accessor(handle.get(), &reference)) << action.name;
     EXPECT_FALSE(HasError()) << action.name;
-    if (place == kNone || !values[place].present) {
+    if (place == kNoPlace || !values[place].present) {
         EXPECT_EQ(reference, nullptr) << action.name;
         return;
     }
@@ -77,7 +46,7 @@ void CheckReferences(size_t (*placeOf)(const ActionFacts&),
     size_t answering = 0;
     for (const ActionFacts& action : AllActions()) {
         const size_t place = placeOf(action);
-        if (place != kNone) ++answering;
+        if (place != kNoPlace) ++answering;
         CheckReference(action, Typical(action), place, accessor);
         CheckReference(action, Absent(action), place, accessor);
         // An empty reference is a present one.
@@ -102,7 +71,7 @@ TEST_F(RoutingRule, VideoInputOfAnAbsentChannel) {
     std::set<std::string> found;
     for (const ActionFacts& action : AllActions()) {
         const size_t place = VideoInputPlace(action);
-        if (place != kNone && action.parameters[place].optional) found.insert(action.name);
+        if (place != kNoPlace && action.parameters[place].optional) found.insert(action.name);
     }
     EXPECT_EQ(found, optionalOnes);
     for (const std::string& name : optionalOnes) {
@@ -115,25 +84,14 @@ TEST_F(RoutingRule, VideoInputOfAnAbsentChannel) {
     }
 }
 
-TEST_F(RoutingRule, VideoOutput) {
-    CheckReferences([](const ActionFacts& action) { return PlaceOfKind(action, Kind::Viewer); },
-                    &TmxAct_GetVideoOutput, 44);
-}
+TEST_F(RoutingRule, VideoOutput) { CheckReferences(&VideoOutputPlace, &TmxAct_GetVideoOutput, 44); }
 
 TEST_F(RoutingRule, InputContact) {
-    CheckReferences(
-        [](const ActionFacts& action) {
-            return action.name == "DigitalInput" ? PlaceOfName(action, "Contact") : kNone;
-        },
-        &TmxAct_GetInputContact, 1);
+    CheckReferences(&InputContactPlace, &TmxAct_GetInputContact, 1);
 }
 
 TEST_F(RoutingRule, OutputContact) {
-    CheckReferences(
-        [](const ActionFacts& action) {
-            return action.name == "SetDigitalOutput" ? PlaceOfName(action, "Contact") : kNone;
-        },
-        &TmxAct_GetOutputContact, 1);
+    CheckReferences(&OutputContactPlace, &TmxAct_GetOutputContact, 1);
 }
 
 TEST_F(RoutingRule, ForeignKey) {
@@ -155,20 +113,20 @@ TEST_F(RoutingRule, ForeignKey) {
     };
     for (const ActionFacts& action : AllActions()) {
         const auto row = table.find(action.name);
-        size_t place = kNone;
+        size_t place = kNoPlace;
         if (row != table.end()) {
             place = PlaceOfName(action, row->second.parameter);
-            ASSERT_NE(place, kNone) << action.name;
+            ASSERT_NE(place, kNoPlace) << action.name;
             EXPECT_EQ(action.parameters[place].optional, row->second.optional) << action.name;
         }
-        EXPECT_EQ(PlaceOfKind(action, Kind::ForeignKey), place) << action.name;
+        EXPECT_EQ(ForeignKeyPlace(action), place) << action.name;
         for (const Values& values : {Typical(action), Absent(action), Empty(action)}) {
             const Handle handle(Create(action, values));
             int64_t marker = 0;
             int64_t* key = &marker;
             ASSERT_TRUE(TmxAct_GetForeignKey(handle.get(), &key));
             EXPECT_FALSE(HasError());
-            if (place == kNone || !values[place].present) {
+            if (place == kNoPlace || !values[place].present) {
                 EXPECT_EQ(key, nullptr) << action.name;
                 continue;
             }
@@ -187,18 +145,14 @@ TEST_F(RoutingRule, ForeignKey) {
 TEST_F(RoutingRule, GenericNumberIsTheFirstRequiredInt32) {
     size_t answering = 0;
     for (const ActionFacts& action : AllActions()) {
-        size_t place = kNone;
-        for (size_t i = 0; i < action.parameters.size() && place == kNone; ++i) {
-            const ParameterFacts& parameter = action.parameters[i];
-            if (parameter.type == Type::Int32 && !parameter.optional) place = i;
-        }
-        if (place != kNone) ++answering;
+        const size_t place = GenericNumberPlace(action);
+        if (place != kNoPlace) ++answering;
         for (const Values& values : {Typical(action), Absent(action), Extreme(action, 5)}) {
             const Handle handle(Create(action, values));
             int32_t number = 77;
             ASSERT_TRUE(TmxAct_GetGenericInt32Parameter(handle.get(), &number));
             EXPECT_FALSE(HasError());
-            EXPECT_EQ(number, place == kNone ? 0 : std::get<int32_t>(values[place].data))
+            EXPECT_EQ(number, place == kNoPlace ? 0 : std::get<int32_t>(values[place].data))
                 << action.name;
         }
     }

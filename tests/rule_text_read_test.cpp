@@ -6,64 +6,13 @@
 #include "support/checks.h"
 #include "support/reference_encoding.h"
 #include "support/reference_equal.h"
-#include "support/text_forms.h"
+#include "support/text_checks.h"
 #include "support/value_sets.h"
 
 namespace tmxtest {
 namespace {
 
 class TextReadRule : public RuleTest {};
-
-constexpr uint32_t kUnset = 0xABABABAB;
-
-// Reads the text with the library and with the reference, and compares all that can be seen.
-// Returns true if a handle was made.
-template <typename Char>
-bool CheckRead(const std::basic_string<Char>& text, uint32_t length, bool utf8,
-               const std::string& where, Handle* made = nullptr) {
-    using Form = TextForm<Char>;
-    const TextReading expected = Form::Read(text, length, utf8);
-    uint32_t consumed = kUnset;
-    Handle handle(Form::Create(text.c_str(), length, TMX_MESSAGE_CLASS_ACTION, utf8, &consumed));
-    std::string problem;
-    const std::string error = LastError();
-    const std::string expectedError =
-        expected.errorCode ? std::to_string(*expected.errorCode) + "/" +
-                                 std::to_string(expected.errorSubcode) + " " + expected.errorMessage
-                           : "none";
-    if (error != expectedError) {
-        problem +=
-            "error: expected " + Printable(expectedError) + ", got " + Printable(error) + "\n";
-    }
-    const uint32_t expectedConsumed = expected.consumed.value_or(kUnset);
-    if (consumed != expectedConsumed && !(expected.consumedIsOpen && consumed == 0xFFFFFFFF)) {
-        problem += "consumed: expected " + std::to_string(static_cast<int32_t>(expectedConsumed)) +
-                   ", got " + std::to_string(static_cast<int32_t>(consumed)) + "\n";
-    }
-    if (static_cast<bool>(handle) != (expected.action != nullptr)) {
-        problem += expected.action != nullptr ? "no handle\n" : "a handle\n";
-    } else if (handle) {
-        uint32_t code = 0;
-        TmxAct_GetActionCode(handle.get(), &code);
-        Values values;
-        if (code != expected.action->code) {
-            problem += "another action\n";
-        } else if (!Decode(*expected.action, handle.get(), &values)) {
-            problem += "no decode\n";
-        } else {
-            problem += Differences(*expected.action, expected.values, values);
-        }
-    }
-    if (!problem.empty()) {
-        ADD_FAILURE() << where << ", " << Form::Name(utf8) << ", length "
-                      << static_cast<int32_t>(length) << " of " << text.size() << "\n"
-                      << Printable(text).substr(0, 1500) << "\n"
-                      << problem;
-    }
-    const bool result = static_cast<bool>(handle);
-    if (made != nullptr) *made = std::move(handle);
-    return result;
-}
 
 // True where the set is made so that the reader must take the text back.
 bool MustRead(const ActionFacts& action, const NamedValues& set) {
@@ -107,19 +56,6 @@ TEST_F(TextReadRule, TakesBackWhatWasWritten) {
     }
 }
 
-template <typename Char>
-std::basic_string<Char> WithNameCase(std::basic_string<Char> text, bool upper) {
-    // Outside of quotes only: names of the action and of optional parameters, and digits.
-    bool quoted = false;
-    for (Char& c : text) {
-        if (c == '"') quoted = !quoted;
-        if (quoted) continue;
-        if (upper && c >= 'a' && c <= 'z') c = static_cast<Char>(c - 'a' + 'A');
-        if (!upper && c >= 'A' && c <= 'Z') c = static_cast<Char>(c - 'A' + 'a');
-    }
-    return text;
-}
-
 TEST_F(TextReadRule, NamesAreTakenInAnyCase) {
     for (const ActionFacts& action : AllActions()) {
         const Values values = Typical(action);
@@ -140,24 +76,8 @@ TEST_F(TextReadRule, WhiteSpaceStandsAroundEveryToken) {
         const Values values = Typical(action);
         ForAllForms([&]<typename Char>(bool utf8) {
             const auto text = *TextForm<Char>::Reference(action, values, false, utf8);
-            std::basic_string<Char> spaced;
-            std::basic_string<Char> dense;
-            bool quoted = false;
-            for (Char c : text) {
-                if (c == '"') quoted = !quoted;
-                const bool token =
-                    c == '(' || c == ')' || c == '{' || c == '}' || c == ',' || c == ':';
-                if (quoted || !token) {
-                    spaced += c;
-                } else {
-                    spaced += Char{'\n'};
-                    spaced += c;
-                    spaced += Char{'\t'};
-                    spaced += Char{'\r'};
-                }
-                if (quoted || c != ' ') dense += c;
-            }
-            spaced.insert(0, 3, Char{' '});
+            const auto spaced = Spaced(text);
+            auto dense = Dense(text);
             EXPECT_TRUE(CheckRead(spaced, TMX_MEASURE_LENGTH, utf8, action.name));
             EXPECT_TRUE(CheckRead(dense, TMX_MEASURE_LENGTH, utf8, action.name));
             dense += Char{')'};
@@ -189,32 +109,6 @@ TEST_F(TextReadRule, EveryCutLength) {
             if (TooManyFailures()) return;
         }
     }
-}
-
-template <typename Char>
-const std::basic_string<Char>& Replacements() {
-    static const std::basic_string<Char> characters = [] {
-        std::basic_string<Char> list;
-        for (char c : std::string(" \t\n()\"{}',.:;@+-019xXaFegz_/")) list += static_cast<Char>(c);
-        list += Char{0};
-        list += static_cast<Char>(0x80);
-        list += static_cast<Char>(0xE4);
-        list += static_cast<Char>(0xFF);
-        if constexpr (sizeof(Char) == 2) {
-            list += static_cast<Char>(0xD800);
-            list += static_cast<Char>(0x0130);
-            list += static_cast<Char>(0x2022);
-            list += static_cast<Char>(0xFF10);
-        }
-        return list;
-    }();
-    return characters;
-}
-
-// A zero in the text ends it for the searches, but not for the length that is given.
-template <typename Char>
-void CheckChanged(const std::basic_string<Char>& text, bool utf8, const std::string& where) {
-    CheckRead(text, static_cast<uint32_t>(text.size()), utf8, where);
 }
 
 TEST_F(TextReadRule, OneCharacterChangedInChosenActions) {

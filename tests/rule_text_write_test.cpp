@@ -5,102 +5,13 @@
 
 #include "support/checks.h"
 #include "support/reference_encoding.h"
-#include "support/text_forms.h"
+#include "support/text_checks.h"
 #include "support/value_sets.h"
 
 namespace tmxtest {
 namespace {
 
 class TextWriteRule : public RuleTest {};
-
-constexpr uint32_t kUnset = 0xABABABAB;
-
-// A buffer whose every character is known before the store, with room behind its end.
-template <typename Char>
-class GuardedBuffer {
-  public:
-    static constexpr Char kCanary = static_cast<Char>(0x7E);
-    static constexpr size_t kGuard = 16;
-
-    explicit GuardedBuffer(size_t size) : size_(size), buffer_(size + kGuard, kCanary) {}
-
-    Char* data() { return buffer_.data(); }
-    bool GuardIsIntact() const {
-        return std::all_of(buffer_.begin() + static_cast<std::ptrdiff_t>(size_), buffer_.end(),
-                           [](Char c) { return c == kCanary; });
-    }
-    // True if the front of the buffer is a front of the text and nothing follows it.
-    bool HoldsFrontOf(const std::basic_string<Char>& text) const {
-        size_t same = 0;
-        while (same < size_ && same < text.size() && buffer_[same] == text[same]) ++same;
-        // A canary may be a character of the text too.
-        for (size_t i = same; i < size_; ++i) {
-            if (buffer_[i] != kCanary) return false;
-        }
-        return true;
-    }
-    std::basic_string<Char> Front(size_t length) const { return buffer_.substr(0, length); }
-    Char At(size_t place) const { return buffer_[place]; }
-
-  private:
-    size_t size_;
-    std::basic_string<Char> buffer_;
-};
-
-template <typename Char>
-void CheckStore(const ActionFacts& action, const NamedValues& set, TmxHandle handle, bool display,
-                bool utf8) {
-    using Form = TextForm<Char>;
-    const std::string where = action.name + ", " + set.name + ", " + Form::Name(utf8) +
-                              (display ? ", display" : ", machine");
-    const auto expected = Form::Reference(action, set.values, display, utf8);
-    uint32_t written = kUnset;
-    if (!expected) {
-        GuardedBuffer<Char> buffer(4096);
-        EXPECT_FALSE(Form::Store(handle, buffer.data(), 4096, display, utf8, &written)) << where;
-        EXPECT_EQ(LastError().substr(0, 2), "2/") << where << ": " << LastError();
-        EXPECT_EQ(written, kUnset) << where;
-        EXPECT_TRUE(buffer.GuardIsIntact()) << where;
-        return;
-    }
-    const size_t needed = expected->size() + 1;
-    const auto size = static_cast<uint32_t>(needed);
-    // Just enough.
-    {
-        GuardedBuffer<Char> buffer(needed);
-        ASSERT_TRUE(Form::Store(handle, buffer.data(), size, display, utf8, &written))
-            << where << ": " << LastError() << ", reported " << written << " for " << needed << "\n"
-            << Printable(*expected).substr(0, 2000);
-        EXPECT_FALSE(HasError()) << where;
-        EXPECT_EQ(written, needed) << where;
-        ASSERT_EQ(Printable(buffer.Front(expected->size())), Printable(*expected)) << where;
-        EXPECT_EQ(buffer.At(needed - 1), Char{0}) << where;
-        EXPECT_TRUE(buffer.GuardIsIntact()) << where;
-    }
-    // More than enough, and nobody asks for the size.
-    {
-        GuardedBuffer<Char> buffer(needed + 9);
-        ASSERT_TRUE(Form::Store(handle, buffer.data(), size + 9, display, utf8, nullptr)) << where;
-        EXPECT_EQ(Printable(buffer.Front(expected->size())), Printable(*expected)) << where;
-        EXPECT_EQ(buffer.At(needed), GuardedBuffer<Char>::kCanary) << where;
-    }
-    // One too few, and some others.
-    for (size_t less : {needed - 1, needed / 2, size_t{1}}) {
-        GuardedBuffer<Char> buffer(less);
-        written = kUnset;
-        EXPECT_FALSE(Form::Store(handle, buffer.data(), static_cast<uint32_t>(less), display, utf8,
-                                 &written))
-            << where;
-        EXPECT_EQ(LastError(), "1008/7 buffer too small") << where;
-        EXPECT_EQ(written, needed) << where << " with " << less;
-        EXPECT_TRUE(buffer.GuardIsIntact()) << where << " with " << less;
-        EXPECT_TRUE(buffer.HoldsFrontOf(*expected + Char{0})) << where << " with " << less;
-    }
-    written = kUnset;
-    EXPECT_FALSE(Form::Store(handle, nullptr, 0, display, utf8, &written)) << where;
-    EXPECT_EQ(LastError(), "1008/7 buffer too small") << where;
-    EXPECT_EQ(written, needed) << where;
-}
 
 void CheckAllActions(bool display) {
     size_t number = 0;
@@ -110,7 +21,8 @@ void CheckAllActions(bool display) {
             const Handle handle(Create(action, set.values));
             ASSERT_TRUE(handle);
             ForAllForms([&]<typename Char>(bool utf8) {
-                CheckStore<Char>(action, set, handle.get(), display, utf8);
+                CheckStore<Char>({&action, set.values}, action.name + ", " + set.name, handle.get(),
+                                 display, utf8);
             });
             if (TooManyFailures()) return;
         }

@@ -73,11 +73,9 @@ class ConcreteMessage : public Base {
     template <class Stream>
     static CTmxMessage* CreateFrom(Stream& stream) {
         static_assert(sizeof(Class) <= Reserve::kSize);
-        Class* message = Make();
-        if (message == nullptr) [[unlikely]]
-            message = MakeAt(Reserve::Take());
-        MessageGuard<Class> made(message);
-        return message->Read(stream) && !Reserve::Holds(message) ? made.Release() : nullptr;
+        MessageGuard<Class> made(MakeAt(Reserve::Allocate(sizeof(Class))));
+        const bool read = made.Get()->Read(stream);
+        return Reserve::Keep(made.Release(), read);
     }
 };
 

@@ -13,9 +13,13 @@ class Reserve {
   public:
     static constexpr std::size_t kSize = 8192;
 
-    /// Waits until the memory is free.
-    static void* Take() noexcept;
-    static bool Holds(const CTmxMessage* message) noexcept;
+    /// Memory for an object of the size: the system's, or where there is none this one, once it is
+    /// free.
+    static void* Allocate(std::size_t size) noexcept;
+
+    /// An object that was read: itself if all went well and it lies in the system's memory, else
+    /// null, and it is let go.
+    static CTmxMessage* Keep(CTmxMessage* message, bool read) noexcept;
 
     /// Lets go of an object, wherever it lies.
     static void Discard(CTmxMessage* message) noexcept;

@@ -7,7 +7,7 @@
 set -euo pipefail
 
 # What the library asks of a system at the most; raising one is a change of the product.
-readonly MAX_GLIBC=2.34 MAX_GLIBCXX=3.4.29 MAX_CXXABI=1.3.13
+readonly MAX_GLIBC=2.36 MAX_GLIBCXX=3.4.29 MAX_CXXABI=1.3.13
 readonly MAX_STRIPPED_SIZE=$((4 * 1024 * 1024))
 readonly SONAME=libtmxactions.so.1
 readonly ALLOWED_NEEDED="libc.so.6 libm.so.6 libstdc++.so.6 libgcc_s.so.1 ld-linux-x86-64.so.2"
@@ -156,6 +156,8 @@ within() {
         fail "the library asks for $1_$found; $1_$2 is the most"
     say "$1_$found (at the most $1_$2)"
 }
+# Packed relocations: a dynamic linker that knows them came with glibc 2.36.
+grep -q 'GLIBC_ABI_DT_RELR' <<<"$versions" || fail "relocations are not packed"
 within GLIBC "$MAX_GLIBC"
 within GLIBCXX "$MAX_GLIBCXX"
 within CXXABI "$MAX_CXXABI"

@@ -422,6 +422,78 @@ inline Bytes front(const Bytes& bytes, std::size_t size) {
     return Bytes(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
 }
 
+// ---- Templates ----------------------------------------------------------------------------------
+
+inline bool equal(const Handle& a, const Handle& b) {
+    bool result = false;
+    EXPECT_TRUE(TmxAct_Equal(a.get(), b.get(), &result));
+    EXPECT_EQ(lastError(), std::nullopt);
+    return result;
+}
+
+// The template in which all is set that the action has.
+inline Handle templateOf(const Handle& action) {
+    TmxHandle made = nullptr;
+    EXPECT_TRUE(TmxAct_CreateMatchActionFromTemplate(action.get(), &made));
+    EXPECT_EQ(lastError(), std::nullopt);
+    return Handle(made);
+}
+
+inline bool matches(const Handle& match, const Handle& action) {
+    bool result = false;
+    if (!match || !action) {
+        ADD_FAILURE() << "nothing to match";
+        return false;
+    }
+    EXPECT_TRUE(TmxMatchAct_Matches(match.get(), action.get(), &result));
+    EXPECT_EQ(lastError(), std::nullopt);
+    bool again = !result;
+    EXPECT_TRUE(TmxMatchAct_Matches(match.get(), action.get(), &again));
+    EXPECT_EQ(result, again);
+    return result;
+}
+// Both as texts.
+inline bool matches(const std::string& match, const std::string& action) {
+    return matches(taken(match), taken(action));
+}
+
+// The action that a template makes of a source, which may be none.
+inline Handle made(const Handle& match, const Handle& source = Handle()) {
+    TmxHandle action = nullptr;
+    if (!match) return Handle();
+    EXPECT_TRUE(TmxMatchAct_CreateActionFromTemplate(match.get(), source.get(), &action));
+    EXPECT_EQ(lastError(), std::nullopt);
+    return Handle(action);
+}
+// All as texts; an empty text is no source.
+inline std::string made(const std::string& match, const std::string& source = "") {
+    const Handle action = made(taken(match), source.empty() ? Handle() : taken(source));
+    return action ? machine(action) : "(nothing)";
+}
+
+inline bool hasDescription(const Handle& match) {
+    bool has = false;
+    EXPECT_TRUE(TmxMatchAct_HasDescription(match.get(), &has));
+    EXPECT_EQ(lastError(), std::nullopt);
+    return has;
+}
+inline WText descriptionW(const Handle& match) {
+    const TmxWChar* text = nullptr;
+    EXPECT_TRUE(TmxMatchAct_GetDescriptionW(match.get(), &text));
+    EXPECT_EQ(lastError(), std::nullopt);
+    return text != nullptr ? WText(text) : W(u"(null)");
+}
+inline std::string descriptionA(const Handle& match) {
+    const char* text = nullptr;
+    EXPECT_TRUE(TmxMatchAct_GetDescriptionA(match.get(), &text));
+    EXPECT_EQ(lastError(), std::nullopt);
+    return text != nullptr ? std::string(text) : std::string("(null)");
+}
+inline void describe(const Handle& match, std::u16string_view text) {
+    EXPECT_TRUE(TmxMatchAct_SetDescriptionW(match.get(), W(text).c_str()));
+    EXPECT_EQ(lastError(), std::nullopt);
+}
+
 // ---- Properties ---------------------------------------------------------------------------------
 
 inline WText property(TmxHandle handle, std::u16string_view name) {

@@ -187,6 +187,17 @@ const ActionFacts& ActionByName(std::string_view name) {
     std::abort();
 }
 
+ParameterFacts FactsIn(const Message& message, size_t index) {
+    ParameterFacts facts = message.action->parameters[index];
+    if (message.isTemplate) facts.optional = true;
+    return facts;
+}
+
+const ParameterFacts& DescriptionFacts() {
+    static const ParameterFacts facts = {"Comment", Type::WideText, Kind::None, true, 0};
+    return facts;
+}
+
 TmxHandle Create(const ActionFacts& action, const Values& values) {
     return action.create(Arguments(values));
 }
@@ -404,6 +415,19 @@ Datum ZeroOf(Type type) {
             return DataSet{};
     }
     std::abort();
+}
+
+Datum FreshOf(Type type) {
+    if (type == Type::DateTime) return DateTime{0, true};
+    return ZeroOf(type);
+}
+
+Values AsStored(Values values) {
+    for (Value& value : values) {
+        if (auto* named = std::get_if<NamedId>(&value.data)) named->number = 0;
+        if (auto* guid = std::get_if<GuidRef>(&value.data)) guid->reserved = 0;
+    }
+    return values;
 }
 
 std::string Describe(const Value& value) {

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -194,6 +195,20 @@ const std::vector<ActionFacts>& AllActions();
 // The action of this name in exactly this spelling; ends the process if there is none.
 const ActionFacts& ActionByName(std::string_view name);
 
+// A message: an action, or the template of one, in which every parameter is set or not.
+struct Message {
+    const ActionFacts* action = nullptr;  // null where there is no message
+    Values values;                        // of a template: present where set
+    bool isTemplate = false;
+    std::optional<WideString> description = std::nullopt;  // of a template
+};
+
+// The facts of a parameter in the message: a template's is always optional.
+ParameterFacts FactsIn(const Message& message, size_t index);
+
+// What the text of a template calls its description.
+const ParameterFacts& DescriptionFacts();
+
 TmxHandle Create(const ActionFacts& action, const Values& values);
 
 // Decodes into values. Returns what the typed function returned; values stay on false.
@@ -220,6 +235,12 @@ std::string Printable(WideView text);
 
 // The zero of a parameter's type.
 Datum ZeroOf(Type type);
+
+// What a new message holds for a parameter that isn't given: the zero, but the present time.
+Datum FreshOf(Type type);
+
+// The values as a text or bytes keep them: without the numbers that are part of no form.
+Values AsStored(Values values);
 
 }  // namespace tmxtest
 

@@ -108,14 +108,19 @@ class Output {
         }
     }
 
-    void Parameters(const ActionFacts& action, const Values& values) {
-        Integer(TMX_MESSAGE_CLASS_ACTION, 4);
-        Integer(action.code, 4);
-        for (size_t i = 0; i < values.size(); ++i) {
-            const ParameterFacts& parameter = action.parameters[i];
-            if (parameter.optional) Integer(values[i].present ? 1 : 0, 1);
-            if (values[i].present) {
-                Datum(parameter, values[i].data);
+    void Parameters(const Message& message) {
+        Integer(message.isTemplate ? TMX_MESSAGE_CLASS_MATCH_ACTION : TMX_MESSAGE_CLASS_ACTION, 4);
+        Integer(message.action->code, 4);
+        if (message.isTemplate) {
+            Integer(message.description ? 1 : 0, 1);
+            if (message.description) Wide(*message.description);
+        }
+        for (size_t i = 0; i < message.values.size(); ++i) {
+            const ParameterFacts parameter = FactsIn(message, i);
+            const Value& value = message.values[i];
+            if (parameter.optional) Integer(value.present ? 1 : 0, 1);
+            if (value.present) {
+                Datum(parameter, value.data);
             } else if (!parameter.optional) {
                 Datum(parameter, ZeroOf(parameter.type));
             }
@@ -207,7 +212,7 @@ class Input {
     explicit Input(const Bytes& bytes)
         : bytes_(bytes), remaining_(static_cast<int64_t>(bytes.size())) {}
 
-    BinaryReading Read() {
+    BinaryReading Read(uint32_t filter) {
         BinaryReading reading;
         uint64_t messageClass = 0;
         uint64_t code = 0;
@@ -217,21 +222,28 @@ class Input {
         if (failure_ == 0) {
             if (messageClass != 1 && messageClass != 2) {
                 Fail();
-            } else if (messageClass == 1) {
+            } else if (filter == TMX_ANY_MESSAGE_CLASS || filter == messageClass) {
                 for (const ActionFacts& candidate : AllActions()) {
                     if (candidate.code == code) action = &candidate;
                 }
             }
         }
         if (action != nullptr) {
-            for (const ParameterFacts& parameter : action->parameters) {
-                reading.values.push_back(Parameter(parameter));
+            reading.action = action;
+            reading.isTemplate = messageClass == TMX_MESSAGE_CLASS_MATCH_ACTION;
+            if (reading.isTemplate) {
+                const Value description = Parameter(DescriptionFacts());
+                if (description.present) {
+                    reading.description = std::get<WideString>(description.data);
+                }
             }
-            if (failure_ == 0) {
-                reading.action = action;
+            for (size_t i = 0; i < action->parameters.size(); ++i) {
+                reading.values.push_back(Parameter(FactsIn(reading, i)));
+            }
+            if (failure_ != 0) {
+                static_cast<Message&>(reading) = Message();
+            } else if (!reading.isTemplate) {
                 ReadProperties(&reading.properties);
-            } else {
-                reading.values.clear();
             }
         }
         reading.used =
@@ -412,9 +424,10 @@ class Input {
 
 }  // namespace
 
-Bytes BinaryForm(const ActionFacts& action, const Values& values, const Properties& properties) {
+Bytes BinaryForm(const Message& message, const Properties& properties) {
     Output output;
-    output.Parameters(action, values);
+    output.Parameters(message);
+    if (message.isTemplate) return output.bytes;
     output.Integer(TMX_PROPERTY_BLOCK_MARKER, 4);
     output.Integer(properties.size(), 4);
     for (const auto& [name, value] : properties) {
@@ -424,12 +437,18 @@ Bytes BinaryForm(const ActionFacts& action, const Values& values, const Properti
     return output.bytes;
 }
 
+Bytes BinaryForm(const ActionFacts& action, const Values& values, const Properties& properties) {
+    return BinaryForm(Message{&action, values}, properties);
+}
+
 size_t SizeWithoutProperties(const ActionFacts& action, const Values& values) {
     Output output;
-    output.Parameters(action, values);
+    output.Parameters(Message{&action, values});
     return output.bytes.size();
 }
 
-BinaryReading ReadBinary(const Bytes& bytes) { return Input(bytes).Read(); }
+BinaryReading ReadBinary(const Bytes& bytes, uint32_t messageClass) {
+    return Input(bytes).Read(messageClass);
+}
 
 }  // namespace tmxtest

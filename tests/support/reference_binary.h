@@ -15,22 +15,21 @@ namespace tmxtest {
 using Bytes = std::vector<uint8_t>;
 using Properties = std::map<WideString, WideString>;
 
-// Header, parameters and property block.
+// Header and parameters, and of an action the property block.
+Bytes BinaryForm(const Message& message, const Properties& properties = {});
 Bytes BinaryForm(const ActionFacts& action, const Values& values,
                  const Properties& properties = {});
 
 // The bytes from the start up to the property block.
 size_t SizeWithoutProperties(const ActionFacts& action, const Values& values);
 
-struct BinaryReading {
-    const ActionFacts* action = nullptr;  // null where no handle is made
-    Values values;
+struct BinaryReading : Message {  // no action where no handle is made
     Properties properties;
     uint32_t used = 0;
 };
 
-// Reads an action with the filter for actions: a match action isn't made.
-BinaryReading ReadBinary(const Bytes& bytes);
+// Reads a message of a class, or of any.
+BinaryReading ReadBinary(const Bytes& bytes, uint32_t messageClass = TMX_MESSAGE_CLASS_ACTION);
 
 }  // namespace tmxtest
 

@@ -104,4 +104,28 @@ bool EqualByRule(const ActionFacts& action, const Values& a, const Values& b) {
     return true;
 }
 
+bool EqualByRule(const Message& a, const Message& b) {
+    if (a.action != b.action || a.isTemplate != b.isTemplate) return false;
+    for (size_t i = 0; i < a.values.size(); ++i) {
+        if (!EqualByRule(FactsIn(a, i), a.values[i], b.values[i])) return false;
+    }
+    return true;
+}
+
+bool MatchesByRule(const Message& match, const Message& action) {
+    if (match.action != action.action) return false;
+    for (size_t i = 0; i < match.values.size(); ++i) {
+        const ParameterFacts& parameter = match.action->parameters[i];
+        if (!match.values[i].present) continue;
+        Value stored = action.values[i];
+        if (!stored.present) {
+            // The time of an action's making is never one that a test gives.
+            if (parameter.type == Type::DateTime) return false;
+            stored = {ZeroOf(parameter.type)};
+        }
+        if (!EqualByRule(parameter, match.values[i], stored)) return false;
+    }
+    return true;
+}
+
 }  // namespace tmxtest

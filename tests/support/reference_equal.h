@@ -1,4 +1,5 @@
-// When two messages of one action count as equal, by the rule of each parameter type.
+// When two messages of one action count as equal and when a template matches, by the rule of each
+// parameter type.
 #ifndef TMX_TESTS_SUPPORT_REFERENCE_EQUAL_H
 #define TMX_TESTS_SUPPORT_REFERENCE_EQUAL_H
 
@@ -14,6 +15,13 @@ bool EqualWide(const WideString& a, const WideString& b);
 bool EqualByRule(const ParameterFacts& parameter, const Value& a, const Value& b);
 
 bool EqualByRule(const ActionFacts& action, const Values& a, const Values& b);
+
+// Two messages: the class and the code count, the description doesn't.
+bool EqualByRule(const Message& a, const Message& b);
+
+// Whether an action is one of those that the template describes. An absent parameter of the action
+// counts as what a new action holds there.
+bool MatchesByRule(const Message& match, const Message& action);
 
 }  // namespace tmxtest
 

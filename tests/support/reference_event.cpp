@@ -509,7 +509,7 @@ std::optional<Pairs> Gather(const ActionFacts& action, const EventFields& fields
     return pairs;
 }
 
-Pairs TemplateOf(const ActionFacts& action, const Values& values) {
+Pairs PairsOf(const ActionFacts& action, const Values& values) {
     Pairs pairs;
     for (size_t i = 0; i < values.size(); ++i) {
         const ParameterFacts& parameter = action.parameters[i];
@@ -599,7 +599,7 @@ std::optional<std::vector<Told>> ToldOfFields(const ActionFacts* action,
 
 std::optional<std::vector<Told>> ToldOfBytes(const ActionFacts& action, const Values& values,
                                              size_t binarySize) {
-    const Pairs pairs = TemplateOf(action, values);
+    const Pairs pairs = PairsOf(action, values);
     if (TemplateBytes(action, pairs).size() > std::min<size_t>(2 * binarySize, 10000))
         return std::nullopt;
     Line line(action.name);

@@ -48,7 +48,7 @@ using Pairs = std::vector<std::optional<Datum>>;
 // The template that the fields restore to; nothing where none is made.
 std::optional<Pairs> Gather(const ActionFacts& action, const EventFields& fields);
 // The template of an action.
-Pairs TemplateOf(const ActionFacts& action, const Values& values);
+Pairs PairsOf(const ActionFacts& action, const Values& values);
 // The binary form of a template without a description.
 Bytes TemplateBytes(const ActionFacts& action, const Pairs& pairs);
 // The action that a template makes without a source.

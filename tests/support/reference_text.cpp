@@ -172,14 +172,20 @@ class Writer {
     Writer(bool display, bool utf8) : display_(display), utf8_(utf8) {}
 
     // Returns false where a date-time has no calendar date.
-    bool Write(const ActionFacts& action, const Values& values) {
-        Ascii(action.name);
+    bool Write(const Message& message) {
+        if (message.isTemplate && !display_) Ascii("@ ");
+        Ascii(message.action->name);
         if (!display_) Ascii(" (");
         // In the display form the first value has its "; Name: " too.
         previous_ = display_;
-        for (size_t i = 0; i < values.size(); ++i) {
-            const ParameterFacts& parameter = action.parameters[i];
-            Value value = values[i];
+        if (message.description && !display_) {
+            named_ = true;
+            WriteValue(DescriptionFacts(), *message.description);
+            previous_ = true;
+        }
+        for (size_t i = 0; i < message.values.size(); ++i) {
+            const ParameterFacts parameter = FactsIn(message, i);
+            Value value = message.values[i];
             if (!value.present) {
                 if (parameter.optional) continue;
                 value = {ZeroOf(parameter.type)};
@@ -560,15 +566,20 @@ class Reader {
   public:
     using String = std::basic_string<Char>;
 
-    Reader(const String& text, uint32_t length, bool utf8)
-        : text_(text), length_(length), remaining_(static_cast<int32_t>(length)), utf8_(utf8) {}
+    Reader(const String& text, uint32_t length, bool utf8, uint32_t messageClass)
+        : text_(text),
+          length_(length),
+          remaining_(static_cast<int32_t>(length)),
+          utf8_(utf8),
+          messageClass_(messageClass) {}
 
     TextReading Read() {
         TextReading reading;
         try {
-            const ActionFacts* action = ReadMessage(&reading.values);
-            if (errorRemaining_ == 0) reading.action = action;
+            ReadMessage(&reading);
+            if (errorRemaining_ != 0) reading.action = nullptr;
         } catch (const Raised& raised) {
+            static_cast<Message&>(reading) = Message();
             reading.errorCode = raised.code;
             reading.errorSubcode = raised.subcode;
             reading.errorMessage = raised.message;
@@ -577,7 +588,7 @@ class Reader {
         reading.consumed = errorRemaining_ != 0 ? static_cast<uint32_t>(errorRemaining_)
                                                 : length_ - static_cast<uint32_t>(remaining_);
         reading.consumedIsOpen = unseen_ && reading.action == nullptr && errorRemaining_ < 0;
-        if (reading.action == nullptr) reading.values.clear();
+        if (reading.action == nullptr) static_cast<Message&>(reading) = Message();
         return reading;
     }
 
@@ -995,32 +1006,43 @@ class Reader {
         return nullptr;
     }
 
-    const ActionFacts* ReadMessage(Values* values) {
+    // Leaves the action null where there is none of the name, or none of the class.
+    void ReadMessage(Message* message) {
         SkipWhite();
         if (remaining_ < 1) {
             Fail();
-            return nullptr;
+            return;
         }
-        bool match = false;
         if (Here() == '@') {
             Consume();
             SkipWhite();
-            match = remaining_ > 0;
+            message->isTemplate = remaining_ > 0;
         }
         size_t length = 0;
         while (!IsDelimiter(At(cursor_ + length))) ++length;
         const ActionFacts* action = Lookup(length);
         Consume(length);
-        if (action == nullptr || match) return nullptr;
+        const uint32_t messageClass =
+            message->isTemplate ? TMX_MESSAGE_CLASS_MATCH_ACTION : TMX_MESSAGE_CLASS_ACTION;
+        if (action == nullptr) return;
+        if (messageClass_ != TMX_ANY_MESSAGE_CLASS && messageClass_ != messageClass) return;
+        message->action = action;
         Paren('(');
-        for (const ParameterFacts& parameter : action->parameters) {
-            Value value{ZeroOf(parameter.type)};
-            if (parameter.optional) value.present = ParamStart(&parameter.name);
-            if (value.present) ReadValue(parameter.type, &value.data);
-            values->push_back(value);
+        if (message->isTemplate) {
+            const Value description = ReadParameter(DescriptionFacts());
+            if (description.present) message->description = std::get<WideString>(description.data);
+        }
+        for (size_t i = 0; i < action->parameters.size(); ++i) {
+            message->values.push_back(ReadParameter(FactsIn(*message, i)));
         }
         Paren(')');
-        return action;
+    }
+
+    Value ReadParameter(const ParameterFacts& parameter) {
+        Value value{ZeroOf(parameter.type)};
+        if (parameter.optional) value.present = ParamStart(&parameter.name);
+        if (value.present) ReadValue(parameter.type, &value.data);
+        return value;
     }
 
     const String& text_;
@@ -1029,6 +1051,7 @@ class Reader {
     int32_t remaining_;
     int32_t errorRemaining_ = 0;
     bool utf8_;
+    uint32_t messageClass_;
     bool previous_ = false;
     bool unseen_ = false;
 };
@@ -1049,26 +1072,36 @@ std::string DoubleText(double value) { return GeneralNumber(value); }
 
 std::string GuidCharacters(const TmxGuid& guid) { return GuidText(guid); }
 
+std::optional<std::string> NarrowText(const Message& message, bool display, bool utf8) {
+    Writer<char> writer(display, utf8);
+    if (!writer.Write(message)) return std::nullopt;
+    return writer.text;
+}
+
+std::optional<WideString> WideText(const Message& message, bool display, bool utf8) {
+    Writer<TmxWChar> writer(display, utf8);
+    if (!writer.Write(message)) return std::nullopt;
+    return writer.text;
+}
+
 std::optional<std::string> NarrowText(const ActionFacts& action, const Values& values, bool display,
                                       bool utf8) {
-    Writer<char> writer(display, utf8);
-    if (!writer.Write(action, values)) return std::nullopt;
-    return writer.text;
+    return NarrowText(Message{&action, values}, display, utf8);
 }
 
 std::optional<WideString> WideText(const ActionFacts& action, const Values& values, bool display,
                                    bool utf8) {
-    Writer<TmxWChar> writer(display, utf8);
-    if (!writer.Write(action, values)) return std::nullopt;
-    return writer.text;
+    return WideText(Message{&action, values}, display, utf8);
 }
 
-TextReading ReadNarrowText(const std::string& text, uint32_t length, bool utf8) {
-    return Reader<char>(text, Measured(text.size(), length), utf8).Read();
+TextReading ReadNarrowText(const std::string& text, uint32_t length, bool utf8,
+                           uint32_t messageClass) {
+    return Reader<char>(text, Measured(text.size(), length), utf8, messageClass).Read();
 }
 
-TextReading ReadWideText(const WideString& text, uint32_t length, bool utf8) {
-    return Reader<TmxWChar>(text, Measured(text.size(), length), utf8).Read();
+TextReading ReadWideText(const WideString& text, uint32_t length, bool utf8,
+                         uint32_t messageClass) {
+    return Reader<TmxWChar>(text, Measured(text.size(), length), utf8, messageClass).Read();
 }
 
 }  // namespace tmxtest

@@ -14,6 +14,8 @@ namespace tmxtest {
 
 // The text of a message without its terminating zero, or nothing where a date-time in it has no
 // calendar date.
+std::optional<std::string> NarrowText(const Message& message, bool display, bool utf8);
+std::optional<WideString> WideText(const Message& message, bool display, bool utf8);
 std::optional<std::string> NarrowText(const ActionFacts& action, const Values& values, bool display,
                                       bool utf8);
 std::optional<WideString> WideText(const ActionFacts& action, const Values& values, bool display,
@@ -26,9 +28,7 @@ std::string DoubleText(double value);
 // The 36 characters of a GUID.
 std::string GuidCharacters(const TmxGuid& guid);
 
-struct TextReading {
-    const ActionFacts* action = nullptr;  // null where no handle is made
-    Values values;
+struct TextReading : Message {  // no action where no handle is made
     // Nothing where it stays as it was, since an exception was recorded.
     std::optional<uint32_t> consumed;
     // A failure at exactly no remaining character was followed by white space before the failure
@@ -40,10 +40,12 @@ struct TextReading {
     std::string errorMessage;
 };
 
-// Reads one action (never a match action). text is read up to its end as if a zero stood there,
+// Reads one message of a class, or of any. text is read up to its end as if a zero stood there,
 // wherever length ends.
-TextReading ReadNarrowText(const std::string& text, uint32_t length, bool utf8);
-TextReading ReadWideText(const WideString& text, uint32_t length, bool utf8);
+TextReading ReadNarrowText(const std::string& text, uint32_t length, bool utf8,
+                           uint32_t messageClass = TMX_MESSAGE_CLASS_ACTION);
+TextReading ReadWideText(const WideString& text, uint32_t length, bool utf8,
+                         uint32_t messageClass = TMX_MESSAGE_CLASS_ACTION);
 
 }  // namespace tmxtest
 

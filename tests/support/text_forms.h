@@ -23,12 +23,15 @@ struct TextForm<char> {
                             uint32_t* consumed) {
         return TmxAct_CreateFromTextBufferA(text, length, messageClass, utf8, consumed);
     }
+    static std::optional<String> Reference(const Message& message, bool display, bool utf8) {
+        return NarrowText(message, display, utf8);
+    }
     static std::optional<String> Reference(const ActionFacts& action, const Values& values,
                                            bool display, bool utf8) {
         return NarrowText(action, values, display, utf8);
     }
-    static TextReading Read(const String& text, uint32_t length, bool utf8) {
-        return ReadNarrowText(text, length, utf8);
+    static TextReading Read(const String& text, uint32_t length, bool utf8, uint32_t messageClass) {
+        return ReadNarrowText(text, length, utf8, messageClass);
     }
     static const char* Name(bool utf8) { return utf8 ? "narrow UTF-8" : "narrow ANSI"; }
 };
@@ -44,12 +47,15 @@ struct TextForm<TmxWChar> {
                             uint32_t* consumed) {
         return TmxAct_CreateFromTextBufferW(text, length, messageClass, utf8, consumed);
     }
+    static std::optional<String> Reference(const Message& message, bool display, bool utf8) {
+        return WideText(message, display, utf8);
+    }
     static std::optional<String> Reference(const ActionFacts& action, const Values& values,
                                            bool display, bool utf8) {
         return WideText(action, values, display, utf8);
     }
-    static TextReading Read(const String& text, uint32_t length, bool utf8) {
-        return ReadWideText(text, length, utf8);
+    static TextReading Read(const String& text, uint32_t length, bool utf8, uint32_t messageClass) {
+        return ReadWideText(text, length, utf8, messageClass);
     }
     static const char* Name(bool utf8) { return utf8 ? "wide, UTF-8 flag" : "wide"; }
 };

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <random>
 
 #include "support/reference_encoding.h"
 
@@ -310,6 +311,166 @@ std::vector<NamedValues> AllSets(const ActionFacts& action) {
     }
     for (unsigned variant = 0; variant < kExtremeVariants; ++variant) {
         sets.push_back({"extreme " + std::to_string(variant), Extreme(action, variant)});
+    }
+    return sets;
+}
+
+std::vector<ValuePair> PairsOfValues(Type type) {
+    const TmxGuid guid = {0x00112233, 0x4455, 0x6677, {1, 2, 3, 4, 5, 6, 7, 8}};
+    TmxGuid otherGuid = guid;
+    otherGuid.Data4[7] = 9;
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    const auto wide = [](const TmxWChar* text) { return Datum(WideString(text)); };
+    const auto narrow = [](const char* text) { return Datum(std::string(text)); };
+    switch (type) {
+        case Type::Int32:
+        case Type::Enum:
+            return {{int32_t{5}, int32_t{5}, true, true},
+                    {int32_t{5}, int32_t{-5}, false, false},
+                    {int32_t{0}, int32_t{0x01000000}, false, false}};
+        case Type::Int64:
+            return {{int64_t{5}, int64_t{5}, true, true},
+                    {int64_t{5}, int64_t{0x100000005}, false, false}};
+        case Type::DateTime:
+            return {{DateTime{1000}, DateTime{1000}, true, true},
+                    {DateTime{1000}, DateTime{1001}, false, false},
+                    {DateTime{1000}, DateTime{1000 | (uint64_t{0xFFC4} << 48)}, true, true},
+                    {DateTime{0x800000000000}, DateTime{0}, false, false}};
+        case Type::AnsiText:
+            return {{narrow("abc"), narrow("ABC"), true, true},
+                    {narrow("abc"), narrow("abd"), false, false},
+                    {narrow("abc"), narrow("abcd"), false, false},
+                    {narrow("abc"), narrow(""), false, false},
+                    {narrow(""), narrow(""), true, true},
+                    // The fold is that of ASCII: umlauts in the code page differ, and so do the
+                    // characters beside the letters.
+                    {narrow("\xE4"), narrow("\xC4"), false, false},
+                    {narrow("@["), narrow("`{"), false, false},
+                    {narrow("zZ"), narrow("Zz"), true, true}};
+        case Type::WideText:
+            return {{wide(TMX_W("abc")), wide(TMX_W("ABC")), true, true},
+                    {wide(TMX_W("abc")), wide(TMX_W("abd")), false, false},
+                    {wide(TMX_W("abc")), wide(TMX_W("abcd")), false, false},
+                    {wide(TMX_W("")), wide(TMX_W("x")), false, false},
+                    {wide(TMX_W("\u00E4\u00F6")), wide(TMX_W("\u00C4\u00D6")), true, true},
+                    {wide(TMX_W("\u00E4")), wide(TMX_W("a\u0308")), false, false},
+                    {wide(TMX_W("\u00DF")), wide(TMX_W("ss")), false, false},
+                    {wide(TMX_W("\u00DF")), wide(TMX_W("\u1E9E")), true, true},
+                    {wide(TMX_W("\u03C3\u03A3")), wide(TMX_W("\u03C2\u03C3")), true, true},
+                    {wide(TMX_W("\u0436")), wide(TMX_W("\u0416")), true, true},
+                    {wide(TMX_W("\u212A")), wide(TMX_W("k")), true, true},
+                    {wide(TMX_W("\U00010400")), wide(TMX_W("\U00010428")), true, true},
+                    {wide(TMX_W("\U0001F3A5")), wide(TMX_W("\U0001F3A6")), false, false},
+                    {wide(TMX_W("\xD800")), wide(TMX_W("\xD801")), false, false},
+                    {wide(TMX_W("@[")), wide(TMX_W("`{")), false, false}};
+        case Type::Bool:
+            return {
+                {true, true, true, true}, {true, false, false, false}, {false, false, true, true}};
+        case Type::Guid:
+            return {{guid, guid, true, true}, {guid, otherGuid, false, false}};
+        case Type::ObjectRef:
+            return {
+                {ObjectRef{1, 2, TMX_W("x")}, ObjectRef{1, 3, TMX_W("y")}, true, true},
+                {ObjectRef{1, 2, TMX_W("x")}, ObjectRef{2, 2, TMX_W("x")}, false, false},
+                {ObjectRef{0, 2, TMX_W("x")}, ObjectRef{0, 2, TMX_W("y")}, true, true},
+                {ObjectRef{0, 2, TMX_W("x")}, ObjectRef{0, 3, TMX_W("x")}, false, false},
+                {ObjectRef{0, 0, TMX_W("Cam")}, ObjectRef{0, 0, TMX_W("CAM")}, true, true},
+                {ObjectRef{0, 0, TMX_W("Cam")}, ObjectRef{0, 0, TMX_W("Can")}, false, false},
+                // The left side chooses what is compared.
+                {ObjectRef{0, 5, TMX_W("Cam")}, ObjectRef{0, 0, TMX_W("Cam")}, false, true},
+                {ObjectRef{7, 5, TMX_W("Cam")}, ObjectRef{0, 5, TMX_W("x")}, false, true},
+                {ObjectRef{7, 0, TMX_W("Cam")}, ObjectRef{0, 0, TMX_W("cam")}, false, true},
+                {ObjectRef{0x100000000, 0, TMX_W("")}, ObjectRef{0, 0, TMX_W("")}, false, true}};
+        case Type::NamedId:
+            return {{NamedId{1, TMX_W("x"), 1}, NamedId{1, TMX_W("y"), 2}, true, true},
+                    {NamedId{1, TMX_W("x"), 1}, NamedId{2, TMX_W("x"), 1}, false, false},
+                    {NamedId{0, TMX_W("Cam"), 1}, NamedId{0, TMX_W("CAM"), 2}, true, true},
+                    {NamedId{0, TMX_W("Cam"), 1}, NamedId{0, TMX_W("Can"), 1}, false, false},
+                    {NamedId{7, TMX_W("Cam"), 0}, NamedId{0, TMX_W("cam"), 0}, false, true}};
+        case Type::GuidRef:
+            return {
+                {GuidRef{guid, TMX_W("x"), 1}, GuidRef{guid, TMX_W("y"), 2}, true, true},
+                {GuidRef{guid, TMX_W("x"), 1}, GuidRef{otherGuid, TMX_W("x"), 1}, false, false},
+                {GuidRef{TmxGuid{}, TMX_W("Set"), 1}, GuidRef{TmxGuid{}, TMX_W("SET"), 2}, true,
+                 true},
+                {GuidRef{TmxGuid{}, TMX_W("Set"), 1}, GuidRef{TmxGuid{}, TMX_W("Sed"), 1}, false,
+                 false},
+                {GuidRef{guid, TMX_W("Set"), 0}, GuidRef{TmxGuid{}, TMX_W("set"), 0}, false, true}};
+        case Type::Double:
+            return {{1.5, 1.5, true, true},
+                    {1.5, 1.5000000000000002, false, false},
+                    {0.0, -0.0, true, true},
+                    {kNan, kNan, false, false}};
+        case Type::Rect:
+            return {{TmxRect{{1, 2, 3, 4}}, TmxRect{{1, 2, 3, 4}}, true, true},
+                    {TmxRect{{1, 2, 3, 4}}, TmxRect{{0, 2, 3, 4}}, false, false},
+                    {TmxRect{{1, 2, 3, 4}}, TmxRect{{1, 0, 3, 4}}, false, false},
+                    {TmxRect{{1, 2, 3, 4}}, TmxRect{{1, 2, 0, 4}}, false, false},
+                    {TmxRect{{1, 2, 3, 4}}, TmxRect{{1, 2, 3, 0}}, false, false}};
+        case Type::DataSet: {
+            const DataSet set = {{{1, 2, 3, 4}, 5, TMX_W("x")}, {{6, 7, 8, 9}, 10, TMX_W("y")}};
+            DataSet shorter = set;
+            shorter.pop_back();
+            DataSet number = set;
+            number[1].number = 0;
+            DataSet word = set;
+            word[0].words[3] = 0;
+            DataSet name = set;
+            name[1].name = TMX_W("Y");
+            return {{set, set, true, true},
+                    {set, shorter, false, false},
+                    {set, number, false, false},
+                    {set, word, false, false},
+                    // With case, unlike all other texts.
+                    {set, name, false, false},
+                    {DataSet{}, DataSet{}, true, true},
+                    {set, DataSet{}, false, false}};
+        }
+    }
+    return {};
+}
+
+std::vector<NamedMessage> TemplateSets(const ActionFacts& action) {
+    std::vector<NamedMessage> sets;
+    const auto add = [&](const std::string& name, Values values, unsigned description) {
+        std::optional<WideString> text;
+        if (description == 1) text = WideString();
+        if (description == 2) text = TMX_W("at \u20AC night, (1): {");
+        if (description > 2) text = Pick(WideTexts(), description);
+        sets.push_back({name, {&action, std::move(values), true, std::move(text)}});
+    };
+    const auto unset = [](Values values, auto isSet) {
+        for (size_t i = 0; i < values.size(); ++i) values[i].present = isSet(i);
+        return values;
+    };
+    for (unsigned description = 0; description < 3; ++description) {
+        add("none", unset(Typical(action), [](size_t) { return false; }), description);
+    }
+    add("all", Typical(action), 0);
+    add("all", Typical(action, 1), 2);
+    add("all", Empty(action), 1);
+    for (size_t alone = 0; alone < action.parameters.size(); ++alone) {
+        add("alone " + std::to_string(alone),
+            unset(Typical(action), [&](size_t i) { return i == alone; }), 0);
+        add("all but " + std::to_string(alone),
+            unset(Typical(action, 1), [&](size_t i) { return i != alone; }), 2);
+    }
+    // The same in every run, and another for each action.
+    std::mt19937 random(action.code);
+    for (unsigned n = 0; n < 4; ++n) {
+        add("random " + std::to_string(n),
+            unset(Typical(action, n % 2), [&](size_t) { return random() % 2 == 0; }), n % 3);
+    }
+    for (unsigned n = 0; n < kExtremeVariants; n += 3) {
+        Values values = Extreme(action, n);
+        if (n % 2 != 0) values = unset(values, [&](size_t) { return random() % 3 != 0; });
+        for (size_t i = 0; i < values.size(); ++i) {
+            // Not every set comes back out of its bytes, by which such a template is made.
+            if (n % 2 != 0 && action.parameters[i].type == Type::DataSet) {
+                values[i].data = Typical(action)[i].data;
+            }
+        }
+        add("extreme " + std::to_string(n), values, n + 3);
     }
     return sets;
 }

@@ -35,6 +35,26 @@ struct NamedValues {
 // All of the sets above, with a few variants of each.
 std::vector<NamedValues> AllSets(const ActionFacts& action);
 
+struct NamedMessage {
+    std::string name;
+    Message message;
+};
+
+// Templates of an action: none set, all, each alone, all but each, random ones, and extreme values;
+// with a description, with an empty one and without.
+std::vector<NamedMessage> TemplateSets(const ActionFacts& action);
+
+// Two values of one type: is b what a is compared for, and a what b is?
+struct ValuePair {
+    Datum a;
+    Datum b;
+    bool there;
+    bool back;
+};
+
+// Each way to agree and to disagree.
+std::vector<ValuePair> PairsOfValues(Type type);
+
 }  // namespace tmxtest
 
 #endif

@@ -1,13 +1,9 @@
 #include "action_json.h"
 
-#include <cstring>
 #include <string>
-#include <tuple>
-#include <type_traits>
-#include <utility>
-#include <vector>
+#include <string_view>
 
-#include "encoding.h"
+#include "parameter_values.h"
 
 namespace tmxact {
 
@@ -79,69 +75,22 @@ struct Putting {
         for (const std::int16_t word : words) json.Number(word);
         json.EndArray();
     }
+};
 
-    template <typename T>
-    static constexpr bool kIsText =
-        std::is_same_v<T, const char*> || std::is_same_v<T, const TmxWChar*>;
+// Puts each parameter under its name.
+struct PuttingAll {
+    JsonText& json;
+    const ActionFacts& facts;
+    bool mayBeUtf8;
 
-    // What a Decode function gave: a value or a text, or the address of an optional value, which
-    // is null where it is absent.
-    template <typename Out>
-    void Given(const Out& out) const {
-        if constexpr (std::is_pointer_v<Out>) {
-            if (out == nullptr) return;
-        }
+    template <typename Value>
+    void Given(std::size_t index, const Value& value) const {
+        const ParameterFacts& parameter = facts.parameters[index];
         json.Key(parameter.name);
-        if constexpr (std::is_pointer_v<Out> && !kIsText<Out>) {
-            Value(*out);
-        } else {
-            Value(out);
-        }
+        Putting{json, parameter, mayBeUtf8}.Value(value);
     }
+    void Absent(std::size_t) const {}
 };
-
-template <typename... Outs>
-bool PutDecoded(bool (*decode)(TmxHandle, Outs*...), TmxHandle handle, const ActionFacts& facts,
-                JsonText& json, bool mayBeUtf8) {
-    std::tuple<Outs...> outs{};
-    if (!std::apply([&](Outs&... out) { return decode(handle, &out...); }, outs)) return false;
-    std::size_t index = 0;
-    std::apply(
-        [&](const Outs&... out) {
-            (Putting{json, facts.parameters[index++], mayBeUtf8}.Given(out), ...);
-        },
-        outs);
-    static_cast<void>(index);
-    static_cast<void>(mayBeUtf8);
-    return true;
-}
-
-using PutFunction = bool (*)(TmxHandle, const ActionFacts&, JsonText&, bool);
-
-struct Row {
-    std::uint32_t code;
-    PutFunction put;
-};
-
-constexpr Row kRows[] = {
-#define TMX_ACTION(code, name, typed)                                                       \
-    {code, [](TmxHandle handle, const ActionFacts& facts, JsonText& json, bool mayBeUtf8) { \
-         return PutDecoded(&TmxAct_Decode##typed, handle, facts, json, mayBeUtf8);          \
-     }},
-#include <tmxactions/actions.def>
-};
-
-PutFunction PutOf(std::uint32_t code) {
-    static const std::vector<PutFunction> functions = [] {
-        std::vector<PutFunction> byCode;
-        for (const Row& row : kRows) {
-            if (row.code >= byCode.size()) byCode.resize(row.code + 1);
-            byCode[row.code] = row.put;
-        }
-        return byCode;
-    }();
-    return functions[code];
-}
 
 // The piece of a text between two marks, from at on; at moves behind the second. False at the end.
 bool Between(std::u16string_view text, std::size_t& at, std::u16string_view open,
@@ -210,7 +159,7 @@ bool PutTemplate(JsonText& json, TmxHandle handle) {
 
 }  // namespace
 
-bool PutActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8) {
+bool PutActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8, const Labels* labels) {
     const ActionFacts& facts = *action.facts;
     json.StartObject();
     json.Key("action");
@@ -225,9 +174,20 @@ bool PutActionJson(JsonText& json, const ReadAction& action, bool mayBeUtf8) {
     } else {
         json.Key("parameters");
         json.StartObject();
-        good = PutOf(facts.code)(action.handle.get(), facts, json, mayBeUtf8);
+        const PuttingAll putting{json, facts, mayBeUtf8};
+        good = ParameterValues<const PuttingAll>::Visit(facts.code, action.handle.get(), putting);
         json.EndObject();
         good = good && PutProperties(json, action.handle.get());
+    }
+    if (labels != nullptr) {
+        json.Key(labels->key);
+        if (!labels->many) {
+            json.Utf8(*labels->texts.front());
+        } else {
+            json.StartArray();
+            for (const std::string* text : labels->texts) json.Utf8(*text);
+            json.EndArray();
+        }
     }
     json.EndObject();
     return good;

@@ -54,7 +54,10 @@ class ReadEvents {
     virtual void Doubtful(const Refusal& doubt) = 0;
 };
 
+enum class Wanted { kBoth, kActions, kTemplates };
+
 struct SourceOptions {
+    Wanted wanted = Wanted::kBoth;                      // what isn't is refused
     bool ansi = false;                                  // action text is in the ANSI code page
     std::size_t largestAction = std::size_t{64} << 20;  // bytes
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "encoding.h"
+
 namespace tmxact {
 
 namespace {
@@ -15,20 +17,21 @@ constexpr std::size_t kFirstRoom = 4096;
 ActionWriter::ActionWriter(Output& output, const WriteOptions& options)
     : output_(output), options_(options), json_(options.int64AsString) {}
 
-std::string ActionWriter::Write(const ReadAction& action) {
+std::string ActionWriter::Write(const ReadAction& action, const Labels* labels) {
     std::string refused;
     switch (options_.form) {
         case Form::kText:
             refused = Text(action, false);
             break;
         case Form::kDisplay:
+            if (labels != nullptr) Prefix(*labels);
             refused = Text(action, true);
             break;
         case Form::kBinary:
             refused = Binary(action);
             break;
         case Form::kJson:
-            refused = Json(action);
+            refused = Json(action, labels);
             break;
     }
     if (refused.empty()) {
@@ -37,6 +40,15 @@ std::string ActionWriter::Write(const ReadAction& action) {
         output_.DropRecord();
     }
     return refused;
+}
+
+void ActionWriter::Prefix(const Labels& labels) {
+    for (const std::string* label : labels.texts) {
+        const std::string line = Printable(*label, false);
+        output_.Put("[");
+        output_.Put(options_.ansi ? Utf8ToAnsi(line) : line);
+        output_.Put("] ");
+    }
 }
 
 std::string ActionWriter::Text(const ReadAction& action, bool display) {
@@ -72,9 +84,9 @@ std::string ActionWriter::Binary(const ReadAction& action) {
     return {};
 }
 
-std::string ActionWriter::Json(const ReadAction& action) {
+std::string ActionWriter::Json(const ReadAction& action, const Labels* labels) {
     json_.Clear();
-    if (!PutActionJson(json_, action, options_.narrowMayBeUtf8)) return LastErrorText();
+    if (!PutActionJson(json_, action, options_.narrowMayBeUtf8, labels)) return LastErrorText();
     output_.Put(json_.Text());
     output_.Put("\n");
     return {};

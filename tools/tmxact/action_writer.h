@@ -25,13 +25,17 @@ class ActionWriter {
     ActionWriter(Output& output, const WriteOptions& options);
 
     // Writes one action as one record. Returns the empty text, or why the action has no such form;
-    // then nothing of it is written. Throws WriteError and BrokenPipe.
-    std::string Write(const ReadAction& action);
+    // then nothing of it is written. Labels, which may be null, stand in brackets ahead of the
+    // display form and as a key in JSON. Throws WriteError and BrokenPipe.
+    std::string Write(const ReadAction& action, const Labels* labels = nullptr);
+
+    Form OutputForm() const noexcept { return options_.form; }
 
   private:
+    void Prefix(const Labels& labels);
     std::string Text(const ReadAction& action, bool display);
     std::string Binary(const ReadAction& action);
-    std::string Json(const ReadAction& action);
+    std::string Json(const ReadAction& action, const Labels* labels);
 
     Output& output_;
     WriteOptions options_;

@@ -33,7 +33,7 @@ std::string Dump(std::string_view before, std::string_view bytes, std::size_t& c
 }  // namespace
 
 BinarySource::BinarySource(Input& input, const SourceOptions& options, ReadEvents& events)
-    : input_(input), events_(events), walker_(options.largestAction) {}
+    : input_(input), events_(events), wanted_(options.wanted), walker_(options.largestAction) {}
 
 // Walks the action that begins at this place of the window, and reads on as it needs.
 BinaryWalker::Outcome BinarySource::WalkOn(std::size_t begin) {
@@ -53,6 +53,7 @@ bool BinarySource::Next(ReadAction& action) {
         const std::size_t length = walker_.Position();
         if (outcome == BinaryWalker::Outcome::kBroken) {
             Refuse(length, walker_.Reason());
+            Resynchronise();
             continue;
         }
         // The library sees this action's bytes and no more, so that nothing behind it can be taken
@@ -68,6 +69,14 @@ bool BinarySource::Next(ReadAction& action) {
                 reason = walker_.IsTemplate() ? "the library makes no template of it"
                                               : "the library refuses the action";
             Refuse(0, walker_.Action()->name + ": " + reason);
+            Resynchronise();
+            continue;
+        }
+        if (wanted_ == (walker_.IsTemplate() ? Wanted::kActions : Wanted::kTemplates)) {
+            Refuse(0, walker_.Action()->name + (walker_.IsTemplate()
+                                                    ? ": expected an action, found a template"
+                                                    : ": expected a template, found an action"));
+            input_.Consume(length);
             continue;
         }
         action.facts = walker_.Action();
@@ -96,7 +105,6 @@ void BinarySource::Refuse(std::size_t position, std::string reason) {
             back <= position ? window[position - back] : behind[behind.size() - (back - position)];
     refusal.excerpt = Dump(before, window.substr(position, kShownBytes - shown), refusal.caret);
     events_.Refused(refusal);
-    Resynchronise();
 }
 
 // Moves on to the next place where an action can be read whole and ends in its property block:

@@ -21,6 +21,7 @@ class BinarySource : public ActionSource {
 
     Input& input_;
     ReadEvents& events_;
+    Wanted wanted_;
     BinaryWalker walker_;
 };
 

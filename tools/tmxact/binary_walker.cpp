@@ -85,6 +85,7 @@ BinaryWalker::Outcome BinaryWalker::Walk(std::string_view bytes, bool last) {
                     step = Broken("unknown action code " + std::to_string(Number(position_)));
                     break;
                 }
+                if (template_) set_.assign(Count(), false);
                 position_ += 4;
                 stage_ = Stage::kFlag;
                 break;
@@ -109,6 +110,7 @@ BinaryWalker::Outcome BinaryWalker::Walk(std::string_view bytes, bool last) {
                         break;
                     }
                 }
+                if (template_) set_[parameter_] = true;
                 program_ = ProgramOf(Parameter().type);
                 stage_ = Stage::kValue;
                 break;

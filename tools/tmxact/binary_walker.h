@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "facts.h"
 
@@ -31,6 +32,8 @@ class BinaryWalker {
     const std::string& Reason() const noexcept { return reason_; }
     const ActionFacts* Action() const noexcept { return action_; }
     bool IsTemplate() const noexcept { return template_; }
+    // Of a template that was read: whether this parameter is set.
+    bool IsSet(std::size_t parameter) const { return set_[parameter + 1]; }
     // Whether the action ended in its property block.
     bool HasProperties() const noexcept { return properties_; }
 
@@ -64,6 +67,7 @@ class BinaryWalker {
     bool properties_ = false;
     const ActionFacts* action_ = nullptr;
     std::size_t parameter_ = 0;  // of a template, 0 is the description
+    std::vector<bool> set_;      // of a template, by parameter_
     const char* program_ = "";   // what is left of the present value
     std::uint32_t pairTexts_ = 0;
     std::string reason_;

@@ -39,6 +39,17 @@ bool In(const Range (&ranges)[Size], std::uint32_t c) noexcept {
     return false;
 }
 
+// Takes the first character off a text that isn't empty; U+FFFD for a byte that is none.
+std::uint32_t TakeCodePoint(std::string_view& text) noexcept {
+    const std::size_t length = Utf8Length(text.substr(0, 4));
+    const auto first = static_cast<unsigned char>(text.front());
+    std::uint32_t c = length == 0 ? kReplacement : length == 1 ? first : first & (0x7Fu >> length);
+    for (std::size_t i = 1; i < length; ++i)
+        c = (c << 6) | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+    text.remove_prefix(length == 0 ? 1 : length);
+    return c;
+}
+
 }  // namespace
 
 void AppendUtf8(std::string& out, std::uint32_t c) {
@@ -67,6 +78,44 @@ std::uint32_t AnsiCodePoint(unsigned char byte) noexcept {
 std::string AnsiToUtf8(std::string_view ansi) {
     std::string out;
     for (const char c : ansi) AppendUtf8(out, AnsiCodePoint(static_cast<unsigned char>(c)));
+    return out;
+}
+
+std::string Utf8ToAnsi(std::string_view utf8) {
+    std::string out;
+    while (!utf8.empty()) {
+        const std::uint32_t c = TakeCodePoint(utf8);
+        char found = '?';
+        for (unsigned byte = 0; byte < 0x100; ++byte)
+            if (AnsiCodePoint(static_cast<unsigned char>(byte)) == c)
+                found = static_cast<char>(byte);
+        out += found;
+    }
+    return out;
+}
+
+std::string WideToUtf8(const TmxWChar* text) {
+    std::string out;
+    while (*text != 0) {
+        std::uint32_t c = *text++;
+        if (c >= 0xD800 && c <= 0xDBFF && *text >= 0xDC00 && *text <= 0xDFFF)
+            c = 0x10000 + ((c - 0xD800) << 10) + (*text++ - 0xDC00u);
+        AppendUtf8(out, c);
+    }
+    return out;
+}
+
+std::u16string Utf8ToWide(std::string_view utf8) {
+    std::u16string out;
+    while (!utf8.empty()) {
+        const std::uint32_t c = TakeCodePoint(utf8);
+        if (c < 0x10000) {
+            out += static_cast<char16_t>(c);
+        } else {
+            out += static_cast<char16_t>(0xD7C0 + (c >> 10));
+            out += static_cast<char16_t>(0xDC00 + (c & 0x3FF));
+        }
+    }
     return out;
 }
 
@@ -108,13 +157,8 @@ std::size_t FindBadUtf8(std::string_view text) noexcept {
 std::size_t DisplayWidth(std::string_view text) noexcept {
     std::size_t width = 0;
     while (!text.empty()) {
-        const std::size_t length = Utf8Length(text.substr(0, 4));
-        const auto first = static_cast<unsigned char>(text.front());
-        std::uint32_t c = length <= 1 ? first : first & (0x7Fu >> length);
-        for (std::size_t i = 1; i < length; ++i)
-            c = (c << 6) | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+        const std::uint32_t c = TakeCodePoint(text);
         width += In(kNoColumn, c) ? 0 : In(kTwoColumns, c) ? 2 : 1;
-        text.remove_prefix(length == 0 ? 1 : length);
     }
     return width;
 }

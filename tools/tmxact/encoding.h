@@ -2,6 +2,8 @@
 #ifndef TMXACT_ENCODING_H
 #define TMXACT_ENCODING_H
 
+#include <tmxactions/types.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -16,6 +18,13 @@ void AppendUtf8(std::string& out, std::uint32_t codePoint);
 std::uint32_t AnsiCodePoint(unsigned char byte) noexcept;
 
 std::string AnsiToUtf8(std::string_view ansi);
+// What the code page lacks, and what isn't UTF-8, becomes "?".
+std::string Utf8ToAnsi(std::string_view utf8);
+
+// Zero-terminated UTF-16; unpaired surrogates become U+FFFD.
+std::string WideToUtf8(const TmxWChar* text);
+// Ill-formed bytes become U+FFFD.
+std::u16string Utf8ToWide(std::string_view utf8);
 
 // The length of the well-formed UTF-8 character at the begin of a text that is not empty; 0 if
 // there is none.

@@ -55,6 +55,29 @@ std::string NameIn(const Table& table, std::uint32_t value) {
     return std::to_string(value);
 }
 
+char LowerLetter(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// How often each letter of ASCII occurs, case aside; other characters share what is left.
+std::array<int, 128> LettersOf(std::string_view text) noexcept {
+    std::array<int, 128> letters{};
+    for (const char c : text) ++letters[static_cast<unsigned char>(LowerLetter(c)) & 0x7Fu];
+    return letters;
+}
+
+// A bound below the edit distance that is cheap to have: a letter that one text has more often than
+// the other costs an edit, which may make up for one that the other has more often.
+std::size_t LeastDistance(const std::array<int, 128>& letters, std::string_view other) noexcept {
+    std::array<int, 128> left = letters;
+    std::size_t more = 0;
+    for (const char c : other)
+        if (--left[static_cast<unsigned char>(LowerLetter(c)) & 0x7Fu] < 0) ++more;
+    const int surplus = std::accumulate(left.begin(), left.end(), 0);
+    // Of the sum of all differences, "more" are on the other's side.
+    return std::max(more, static_cast<std::size_t>(std::max(0, surplus + static_cast<int>(more))));
+}
+
 // How many letters are missing, foreign, wrong or swapped with the next one.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
     std::vector<std::size_t> before(b.size() + 1);  // the row ahead of the last one
@@ -253,8 +276,7 @@ std::string ValueExample(const ParameterFacts& parameter) {
 
 std::string Lower(std::string_view text) {
     std::string lower(text);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    for (char& c : lower) c = LowerLetter(c);
     return lower;
 }
 
@@ -264,11 +286,13 @@ std::vector<std::string> NearestNames(std::string_view wanted,
     constexpr std::size_t kLongestName = 64;
     if (wanted.empty() || wanted.size() > kLongestName) return {};
     const std::string lower = Lower(wanted);
+    const std::array<int, 128> letters = LettersOf(wanted);
     std::vector<std::pair<std::size_t, std::string_view>> ranked;
     for (const std::string_view name : names) {
+        const std::size_t longer = std::max(wanted.size(), name.size());
+        if (LeastDistance(letters, name) * 3 > longer) continue;
         const std::size_t distance = EditDistance(lower, Lower(name));
-        if (distance * 3 <= std::max(wanted.size(), name.size()))
-            ranked.push_back({distance, name});
+        if (distance * 3 <= longer) ranked.push_back({distance, name});
     }
     std::sort(ranked.begin(), ranked.end());
     ranked.erase(std::unique(ranked.begin(), ranked.end()), ranked.end());

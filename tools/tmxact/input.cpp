@@ -7,7 +7,12 @@
 namespace tmxact {
 
 Input::Input(File file, const InputEvents& events)
-    : file_(std::move(file)), events_(events), buffer_(kFirstSize) {}
+    : name_(file.Name()), file_(std::move(file)), events_(&events), buffer_(kFirstSize) {}
+
+Input::Input(std::string name, std::string_view text)
+    : name_(std::move(name)), buffer_(text.size() + 1), end_(text.size()), atEnd_(true) {
+    std::copy(text.begin(), text.end(), buffer_.begin());
+}
 
 bool Input::Fill() {
     if (atEnd_) return false;
@@ -24,13 +29,13 @@ bool Input::Fill() {
         counted_ -= from;
     }
     const std::size_t got =
-        file_.Read(buffer_.data() + end_, buffer_.size() - end_ - 1, events_.beforeWait);
+        file_->Read(buffer_.data() + end_, buffer_.size() - end_ - 1, events_->beforeWait);
     if (got == 0) {
         atEnd_ = true;
         return false;
     }
     end_ += got;
-    events_.afterRead(got);
+    events_->afterRead(got);
     return true;
 }
 

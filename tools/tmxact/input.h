@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,8 +24,10 @@ struct InputEvents {
 class Input {
   public:
     Input(File file, const InputEvents& events);
+    // A text that is there as a whole, such as an argument.
+    Input(std::string name, std::string_view text);
 
-    const std::string& Name() const noexcept { return file_.Name(); }
+    const std::string& Name() const noexcept { return name_; }
 
     // The bytes from the present place on; one more byte behind them may be written to.
     std::string_view Window() const noexcept { return {buffer_.data() + begin_, end_ - begin_}; }
@@ -73,8 +76,9 @@ class Input {
 
     void CountTo(std::size_t index);
 
-    File file_;
-    const InputEvents& events_;
+    std::string name_;
+    std::optional<File> file_;  // none for a text
+    const InputEvents* events_ = nullptr;
     std::vector<char> buffer_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;

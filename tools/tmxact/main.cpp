@@ -22,7 +22,12 @@ constexpr char kExamples[] =
     "Examples:\n"
     "  tmxact convert --to json events.bin\n"
     "  tmxact check actions.txt\n"
+    "  tmxact match --template '@ CameraOn (Camera: 5)' actions.txt\n"
+    "  tmxact rules site.rules actions.txt\n"
     "  tmxact catalogue CameraOn\n"
+#ifdef TMXACT_EVENTS
+    "  tmxact events import --db site.db site.actions\n"
+#endif
     "\n"
     "Work with the actions of a video-surveillance system.\n";
 
@@ -31,7 +36,14 @@ constexpr char kShortHelp[] =
     "\n"
     "  convert    convert actions between text, bytes, display and JSON\n"
     "  check      tell what in the input is no action\n"
+    "  match      pass on the actions that a template matches\n"
+    "  template   make templates from actions\n"
+    "  make       make actions from templates\n"
+    "  rules      put out the reactions of rules to actions\n"
     "  catalogue  tell what actions there are\n"
+#ifdef TMXACT_EVENTS
+    "  events     keep actions as events in a database\n"
+#endif
     "\n"
     "tmxact --help tells more, and so does tmxact COMMAND --help.\n";
 
@@ -65,18 +77,24 @@ std::string Foreign(const CLI::App& program, int argc, char** argv) {
     return foreign.empty() ? std::string() : foreign.front();
 }
 
+// The command that was chosen, or a command's own one; the program itself if there is none.
+const CLI::App& Chosen(const CLI::App& program) {
+    const auto used = program.get_subcommands();
+    return used.empty() ? program : Chosen(*used.front());
+}
+
 // Words for a wrong use by a word that nothing takes.
 std::string Unexpected(const CLI::App& program, const std::string& word) {
-    const auto used = program.get_subcommands();
+    const CLI::App& command = Chosen(program);
     const bool isOption = word.size() > 1 && word[0] == '-';
     std::string told = word.substr(0, isOption ? word.find('=') : std::string::npos);
     std::vector<std::string> names;
     if (isOption) {
-        for (const CLI::Option* each : (used.empty() ? &program : used.front())->get_options())
+        for (const CLI::Option* each : command.get_options())
             for (const std::string& name : each->get_lnames()) names.push_back("--" + name);
         told = "there is no option '" + Printable(told, false) + "'";
-    } else if (used.empty()) {
-        for (const CLI::App* each : program.get_subcommands({})) names.push_back(each->get_name());
+    } else if (!command.get_subcommands({}).empty()) {
+        for (const CLI::App* each : command.get_subcommands({})) names.push_back(each->get_name());
         told = "there is no command '" + Printable(told, false) + "'";
     } else {
         return "nothing is expected at '" + Printable(told, false) + "'";
@@ -110,8 +128,13 @@ int Main(int argc, char** argv) {
     program.set_version_flag("--version", Version, "Tell the versions of program and interface");
 
     ReportOptions report;
-    const std::vector<Run> runs = {AddConvert(program, report), AddCheck(program, report),
-                                   AddCatalogue(program, report)};
+    std::vector<Run> runs = {AddConvert(program, report), AddCheck(program, report),
+                             AddMatch(program, report),   AddTemplate(program, report),
+                             AddMake(program, report),    AddRules(program, report),
+                             AddCatalogue(program, report)};
+#ifdef TMXACT_EVENTS
+    runs.push_back(AddEvents(program, report));
+#endif
     const std::vector<CLI::App*> commands = program.get_subcommands({});
     for (CLI::App* command : commands) {
         command->set_help_flag("-h,--help", "Tell how to use it");
@@ -119,8 +142,10 @@ int Main(int argc, char** argv) {
     }
 
     const auto chosen = [&]() -> std::string {
-        const auto used = program.get_subcommands();
-        return used.empty() ? std::string() : used.front()->get_name();
+        std::string names;
+        for (const CLI::App* each = &Chosen(program); each != &program; each = each->get_parent())
+            names = each->get_name() + (names.empty() ? "" : ' ' + names);
+        return names;
     };
     if (argc < 2) {
         std::fputs(kShortHelp, stderr);
@@ -129,8 +154,13 @@ int Main(int argc, char** argv) {
     try {
         program.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        const auto used = program.get_subcommands();
-        PutHelp(used.empty() ? program.help() : used.front()->help(program.get_name()));
+        const CLI::App& command = Chosen(program);
+        PutHelp(&command == &program
+                    ? program.help()
+                    : command.help(program.get_name() +
+                                   (command.get_parent() == &program
+                                        ? std::string()
+                                        : ' ' + command.get_parent()->get_name())));
         return kExitDone;
     } catch (const CLI::CallForVersion& version) {
         PutHelp(std::string(version.what()) + "\n");

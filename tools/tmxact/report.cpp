@@ -98,7 +98,7 @@ void Reporter::Unwritable(const std::string& file, std::uint64_t offset,
 }
 
 void Reporter::Failed(const std::string& message) {
-    failed_ = true;
+    ++failures_;
     std::string text("tmxact: ");
     text.append(palette_.red).append(message).append(palette_.plain).append("\n");
     Print(text);
@@ -107,6 +107,8 @@ void Reporter::Failed(const std::string& message) {
 void Reporter::Tell(const std::string& line) {
     if (options_.verbosity >= 0) Print("tmxact: " + line + "\n");
 }
+
+void Reporter::Answer(const std::string& line) { Print("tmxact: " + line + "\n"); }
 
 void Reporter::Detail(const std::string& line) {
     if (options_.verbosity > 0) Print("tmxact: " + line + "\n");

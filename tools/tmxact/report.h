@@ -48,11 +48,14 @@ class Reporter : public ReadEvents {
     void Failed(const std::string& message);
     // A line that -q leaves out.
     void Tell(const std::string& line);
+    // A line that was asked for by an option of its own, so that -q leaves it in.
+    void Answer(const std::string& line);
     // A line for -v.
     void Detail(const std::string& line);
 
     std::uint64_t RefusedCount() const noexcept { return refused_; }
-    bool SystemFailed() const noexcept { return failed_; }
+    bool SystemFailed() const noexcept { return failures_ > 0; }
+    std::uint64_t FailureCount() const noexcept { return failures_; }
 
     // Progress. The total is known for regular files only.
     void ExpectBytes(std::optional<std::uint64_t> total) { total_ = total; }
@@ -78,7 +81,7 @@ class Reporter : public ReadEvents {
     double shown_ = 0;
     bool lineShown_ = false;
     std::uint64_t refused_ = 0;
-    bool failed_ = false;
+    std::uint64_t failures_ = 0;
     std::uint64_t bytes_ = 0;
     std::uint64_t actions_ = 0;
     std::optional<std::uint64_t> total_;

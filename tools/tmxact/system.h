@@ -87,13 +87,17 @@ unsigned TerminalColumns();
 void HoldStandardStreams();
 
 // From now on a first SIGINT or SIGTERM is remembered, a second one ends the program at once;
-// SIGPIPE turns into BrokenPipe.
+// SIGPIPE turns into BrokenPipe, and a file that may grow no more (SIGXFSZ) into a failed write.
 void CatchSignals();
 // Throws Interrupted once a signal has come.
 void CheckSignals();
 
 // Seconds on a clock that never goes back.
 double MonotonicSeconds();
+
+// How far the system's zone is ahead of UTC at a point in time, in seconds; the point is in seconds
+// since 1970-01-01, UTC.
+std::int64_t ZoneOffsetSeconds(std::int64_t unixSeconds);
 
 }  // namespace tmxact
 

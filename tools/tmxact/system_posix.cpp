@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <utility>
 
 #include "system.h"
@@ -175,6 +176,7 @@ void CatchSignals() {
     }
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
+    sigaction(SIGXFSZ, &action, nullptr);
 }
 
 void CheckSignals() {
@@ -184,6 +186,12 @@ void CheckSignals() {
 double MonotonicSeconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
+}
+
+std::int64_t ZoneOffsetSeconds(std::int64_t unixSeconds) {
+    const auto point = static_cast<std::time_t>(unixSeconds);
+    std::tm local{};
+    return localtime_r(&point, &local) != nullptr ? local.tm_gmtoff : 0;
 }
 
 }  // namespace tmxact

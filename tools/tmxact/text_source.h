@@ -2,11 +2,9 @@
 #ifndef TMXACT_TEXT_SOURCE_H
 #define TMXACT_TEXT_SOURCE_H
 
-#include <memory>
-
 #include "action_source.h"
 #include "input.h"
-#include "text_walker.h"
+#include "text_reader.h"
 
 namespace tmxact {
 
@@ -18,19 +16,13 @@ class TextSource : public ActionSource {
 
   private:
     bool SkipWhite();
-    bool Take(ReadAction& action);
-    void RefuseByLibrary(std::size_t length);
-    void Refuse(std::size_t position, std::string reason, std::size_t resume, bool afterLine);
-    Refusal At(std::size_t position, std::string reason);
+    void Refuse(const TextReader::Failure& failure);
     void Resynchronise(bool afterLine, bool lineBegin, bool behindAction);
 
     Input& input_;
-    const SourceOptions& options_;
     ReadEvents& events_;
-    TextWalker walker_;
+    TextReader reader_;
     bool started_ = false;
-    bool doubted_ = false;
-    std::size_t markSize_ = 0;  // of the byte order mark
 };
 
 }  // namespace tmxact

@@ -138,7 +138,7 @@ TextWalker::Outcome TextWalker::Walk(std::string_view text, bool last) {
                 } else if (text_[position_] != ':') {
                     step = Broken(position_, Naming(parameter_) +
                                                  ": expected ':' behind the name, found " +
-                                                 Found(position_));
+                                                 Found(position_) + WhyNoColon());
                 } else {
                     ++position_;
                     stage_ = Stage::kLead;
@@ -219,6 +219,7 @@ TextWalker::Step TextWalker::Name() {
     const std::string_view name = text_.substr(position_, end - position_);
     action_ = Facts::Get().ByName(name);
     if (action_ != nullptr) {
+        given_.assign(Count(), false);
         position_ = end;
         stage_ = Stage::kOpen;
         return Step::kDone;
@@ -285,6 +286,7 @@ TextWalker::Step TextWalker::NextParameter() {
         return OutOfText();
     }
     position_ = at + facts.name.size();
+    given_[parameter_] = true;
     commaDue_ = false;
     ahead_ = 0;
     stage_ = Stage::kColon;
@@ -516,6 +518,17 @@ std::string TextWalker::Found(std::size_t position) const {
     return "'" + std::string(1, c) + "'";
 }
 
+// Behind a name that was the begin of another one, which the library tries in vain.
+std::string TextWalker::WhyNoColon() const {
+    const std::string& name = Parameter(parameter_).name;
+    const std::string word = WordAt(position_ - name.size());
+    for (std::size_t i = parameter_ + 1; i < Count(); ++i)
+        if (SameLetters(Parameter(i).name, word))
+            return "; the text form can't tell " + Parameter(i).name + " unless " + name +
+                   " stands ahead of it";
+    return {};
+}
+
 // The whole word around a letter that no number has.
 std::string TextWalker::WhyNoNumber(std::size_t position) const {
     const ParameterFacts& facts = Parameter(parameter_);
@@ -570,11 +583,22 @@ std::string TextWalker::WhyNoClose() const {
                        " has no name and stands at place " + std::to_string(i + 1);
             continue;
         }
-        if (SameLetters(facts.name, word))
-            return reason + "; " + facts.name + " stands twice, or behind its place in the order";
+        if (SameLetters(facts.name, word)) {
+            if (given_[i]) return reason + "; " + facts.name + " stands twice";
+            // All have been passed in order, so the first one behind it that came stands wrong.
+            std::size_t later = i + 1;
+            while (later < Count() && !given_[later]) ++later;
+            if (later == Count()) return reason;
+            return reason + "; " + facts.name + " must stand ahead of " + Parameter(later).name +
+                   ", in the catalogue's order";
+        }
         names.push_back(facts.name);
     }
-    if (IsDigit(word.front()) || word.front() == '-')
+    const bool number = IsDigit(word.front()) || word.front() == '-';
+    if (template_ && number && !action_->parameters.empty())
+        return reason + "; each parameter of a template has its name, such as " +
+               action_->parameters.front().name + ": " + ValueExample(action_->parameters.front());
+    if (number)
         return reason + "; " + action_->name + " takes " + std::to_string(Count()) + " parameter" +
                (Count() == 1 ? "" : "s");
     const std::vector<std::string> nearest = NearestNames(word, names, 1);

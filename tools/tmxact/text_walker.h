@@ -92,6 +92,7 @@ class TextWalker {
     Step Quoted(bool opened);
     std::string Found(std::size_t position) const;
     std::string WordAt(std::size_t position) const;
+    std::string WhyNoColon() const;
     std::string WhyNoNumber(std::size_t position) const;
     std::string WhyNoClose() const;
     Step Expected(std::size_t position, const std::string& what);
@@ -106,6 +107,7 @@ class TextWalker {
     bool template_ = false;
     const ActionFacts* action_ = nullptr;
     std::size_t parameter_ = 0;  // of a template, 0 is the description
+    std::vector<bool> given_;    // which named parameters have come
     bool commaDue_ = false;
     const char* program_ = "";  // what is left of the present value
     std::size_t valueBegin_ = 0;

@@ -38,10 +38,10 @@ _tmxact() {
             mapfile -t COMPREPLY < <(compgen -W 'auto always never' -- "$word")
             return
             ;;
-        --max-size)
+        --max-size | --template | --source | --comment)
             return
             ;;
-        -o | --output)
+        -o | --output | --templates)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return

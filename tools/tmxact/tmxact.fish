@@ -34,10 +34,16 @@ end
 complete -c tmxact -f -n 'not __tmxact_command >/dev/null' -a '(__tmxact_commands)'
 complete -c tmxact -n 'string match -q -- "-*" (commandline -ct)' -a '(__tmxact_options)'
 complete -c tmxact -f -n '__tmxact_uses catalogue' -a '(tmxact catalogue --names)'
-complete -c tmxact -n '__tmxact_uses convert check' -F
-complete -c tmxact -n '__tmxact_uses convert check' -l from -x -a 'auto text bin'
-complete -c tmxact -n '__tmxact_uses convert check' -l max-size -x
-complete -c tmxact -n '__tmxact_uses convert' -l to -x -a 'text bin display json'
-complete -c tmxact -n '__tmxact_uses convert' -l int64 -x -a 'number string'
-complete -c tmxact -n '__tmxact_uses convert' -s o -l output -r -F
+set -l reading convert check match template make rules
+set -l writing convert match template make rules
+complete -c tmxact -n "__tmxact_uses $reading" -F
+complete -c tmxact -n "__tmxact_uses $reading" -l from -x -a 'auto text bin'
+complete -c tmxact -n "__tmxact_uses $reading" -l max-size -x
+complete -c tmxact -n "__tmxact_uses $writing" -l to -x -a 'text bin display json'
+complete -c tmxact -n "__tmxact_uses $writing" -l int64 -x -a 'number string'
+complete -c tmxact -n "__tmxact_uses $writing" -s o -l output -r -F
+complete -c tmxact -n '__tmxact_uses match make' -l template -x
+complete -c tmxact -n '__tmxact_uses match make' -l templates -r -F
+complete -c tmxact -n '__tmxact_uses make' -l source -x
+complete -c tmxact -n '__tmxact_uses template' -l comment -x
 complete -c tmxact -n '__tmxact_command >/dev/null' -l color -x -a 'auto always never'
