@@ -314,6 +314,11 @@ void ExpectNone(const std::string& name, const std::function<bool()>& call,
     EXPECT_EQ(proper == nullptr, answer) << name;
 }
 
+template <typename Work>
+void InNewThread(Work work) {
+    std::thread(work).join();
+}
+
 // ---- Values and objects -------------------------------------------------------------------------
 
 constexpr size_t kLongText = 120;
@@ -1409,6 +1414,220 @@ void TryTemplateOfAction() {
                            .object = Object::Handed}));
 }
 
+// ---- Event records ------------------------------------------------------------------------------
+
+TmxEventDataRecord FilledRecord(TmxHandle handle) {
+    TmxEventDataRecord record{};
+    record.size = sizeof record;
+    bool complete = false;
+    EXPECT_TRUE(TmxAct_GetActionEventData(handle, &record, &complete));
+    return record;
+}
+
+void TryEventFilling() {
+    TmxEventDataRecord record{};
+    record.size = sizeof record;
+    bool complete = false;
+    // Spilled numbers, and texts of any length.
+    for (const char* name : {"CameraOn", "SetupChanged", "SensorVideoAlarm", "VideoResult"}) {
+        const Handle action = LongObject(name);
+        TmxHandle made = nullptr;
+        ASSERT_TRUE(TmxAct_CreateMatchActionFromTemplate(action.get(), &made));
+        const Handle match(made);
+        ExpectNone(name,
+                   [&] { return TmxAct_GetActionEventData(action.get(), &record, &complete); });
+        ExpectNone(name,
+                   [&] { return TmxMatchAct_GetActionEventData(match.get(), &record, &complete); });
+    }
+    record.size = 0;
+    const Handle action = LongObject("CameraOn");
+    static const Record kWrongSize = {1008, 8, "class TmxPLC::TmxPLCException",
+                                      "Wrong structure size", u"Wrong structure size"};
+    EXPECT_LT(1, FailEach("a record of another size", {.call =
+                                                           [&](TmxHandle*) {
+                                                               return TmxAct_GetActionEventData(
+                                                                   action.get(), &record,
+                                                                   &complete);
+                                                           },
+                                                       .proper = &kWrongSize}));
+}
+
+// What lies in no object goes into the thread's record: the first filling of a thread asks for it.
+void TryEventScratch() {
+    for (const char* name : {"SensorVideoAlarm", "DeviceFound"}) {
+        const Handle action = LongObject(name);
+        const int64_t blocks = liveBlocks.load();
+        int64_t count = 0;
+        for (int64_t failAt = -1; failAt < count; ++failAt) {
+            for (const bool onwards : {false, true}) {
+                InNewThread([&] {
+                    TmxEventDataRecord record{};
+                    record.size = sizeof record;
+                    bool complete = false;
+                    bool answer = false;
+                    const auto fill = [&] {
+                        answer = TmxAct_GetActionEventData(action.get(), &record, &complete);
+                    };
+                    const Watch seen = Watched(failAt, onwards, fill);
+                    if (failAt == -1) {
+                        count = seen.count;
+                        EXPECT_TRUE(answer) << name;
+                        return;
+                    }
+                    EXPECT_FALSE(answer) << name << ", allocation " << failAt;
+                    // Without memory for the thread's record the failure may go unrecorded.
+                    if (HasError()) EXPECT_EQ("", Against(&kBadAlloc)) << name;
+                    EXPECT_TRUE(failAt == 0 || HasError()) << name;
+                    fill();
+                    EXPECT_TRUE(answer) << name;
+                    EXPECT_FALSE(HasError()) << name;
+                });
+                EXPECT_EQ(blocks, liveBlocks.load()) << name << ", allocation " << failAt;
+            }
+        }
+        EXPECT_LT(0, count) << name;
+    }
+}
+
+// Restoring asks for more than one object: without memory for the last there is null and no
+// failure, as for the first.
+template <typename Call>
+void FailRestoring(const std::string& name, const Call& call) {
+    Handle(call());  // what is made once
+    int64_t count = Allocations([&] { Handle(call()); });
+    EXPECT_LT(1, count) << name;
+    const int64_t blocks = liveBlocks.load();
+    for (int64_t failAt = 0; failAt < count; ++failAt) {
+        for (const bool onwards : {false, true}) {
+            TmxHandle made = nullptr;
+            const Watch seen = Watched(failAt, onwards, [&] { made = call(); });
+            const std::string where = name + ", allocation " + std::to_string(failAt);
+            EXPECT_LT(0, seen.failures) << where;
+            EXPECT_EQ(nullptr, made) << where;
+            const bool noObject = seen.firstWasNothrow && seen.failures == 1;
+            EXPECT_EQ("", Against(noObject ? nullptr : &kBadAlloc)) << where;
+            EXPECT_EQ(blocks, liveBlocks.load()) << where;
+            Handle whole(call());
+            EXPECT_TRUE(whole) << where;
+            EXPECT_FALSE(HasError()) << where;
+        }
+    }
+}
+
+void TryRestoring() {
+    const std::u16string name(100, u'n');
+    const TmxObjectRef camera{1, name.c_str(), 2, 0};
+    const Handle action(TmxAct_CreateCameraOn(&camera));
+    const TmxEventDataRecord fields = FilledRecord(action.get());
+    FailRestoring("from fields", [&] { return TmxAct_RestoreActionFromEventData(&fields); });
+    FailRestoring("a match action from fields",
+                  [&] { return TmxMatchAct_RestoreActionFromEventData(&fields); });
+    // The larger buffer.
+    const Handle large = LongObject("CustomAction");
+    const TmxEventDataRecord second = FilledRecord(large.get());
+    FailRestoring("from a larger buffer",
+                  [&] { return TmxAct_RestoreActionFromEventData(&second); });
+    // A record without an action has no other way to give one.
+    const Bytes bytes = BytesOf(large.get());
+    TmxEventDataRecord stored{};
+    stored.binarySize = bytes.size();
+    stored.binary = bytes.data();
+    FailRestoring("from bytes", [&] { return TmxAct_RestoreActionFromEventData(&stored); });
+    FailRestoring("a match action from bytes",
+                  [&] { return TmxMatchAct_RestoreActionFromEventData(&stored); });
+    const Handle narrow(TmxAct_CreateDeviceFound(std::string(60, 'n').c_str(), "", ""));
+    const TmxEventDataRecord texts = FilledRecord(narrow.get());
+    FailRestoring("narrow texts", [&] { return TmxAct_RestoreActionFromEventData(&texts); });
+}
+
+void TryDescribing() {
+    const Handle action = LongObject("CustomAction");
+    const Bytes bytes = BytesOf(action.get());
+    TmxEventDataRecord stored{};
+    stored.code = 8;
+    stored.binarySize = bytes.size();
+    stored.binary = bytes.data();
+    const TmxEventDataRecord shortOne = FilledRecord(action.get());
+    bool complete = false;
+    int calls = 0;
+    const auto describe = [&](const TmxEventDataRecord& record) {
+        calls = 0;
+        return TmxAct_GetActionEventDescription(
+            &record, &calls,
+            [](void* context, uint32_t, const TmxWChar*, const TmxWChar*) {
+                ++*static_cast<int*>(context);
+            },
+            &complete);
+    };
+    ExpectNone("a usual line", [&] { return describe(shortOne) && calls == 3; });
+    const std::u16string endless(2000, u'e');
+    TmxEventDataRecord fields = shortOne;
+    fields.textFields[0] = {endless.size(), endless.c_str()};
+    EXPECT_LT(1, FailEach("a long line", {.call = [&](TmxHandle*) { return describe(fields); }}));
+    // Without memory for an object of the bytes the fields are described, here none.
+    const int64_t count = Allocations([&] { EXPECT_TRUE(describe(stored)); });
+    EXPECT_LT(2, count);
+    EXPECT_EQ(3, calls);
+    const int64_t blocks = liveBlocks.load();
+    for (int64_t failAt = 0; failAt < count; ++failAt) {
+        bool answer = false;
+        const Watch seen = Watched(failAt, false, [&] { answer = describe(stored); });
+        EXPECT_EQ(seen.firstWasNothrow, answer) << failAt;
+        EXPECT_EQ(answer ? 1 : 0, calls) << failAt;
+        EXPECT_EQ("", Against(answer ? nullptr : &kBadAlloc)) << failAt;
+        EXPECT_EQ(blocks, liveBlocks.load()) << failAt;
+    }
+}
+
+void TryActionInfo() {
+    const Handle action = LongObject("CameraOn");
+    TmxActionInfoCallbacks callbacks{};
+    callbacks.version = 1;
+    callbacks.resolveVideoInput = [](void*, TmxObjectRef* reference) {
+        reference->name = kOtherLongName.c_str();
+        return true;
+    };
+    bool ok = false;
+    EXPECT_EQ(1, FailEach("a new name", {.call = [&](TmxHandle*) {
+                              return TmxAct_UpdateActionInfo(action.get(), nullptr, &callbacks,
+                                                             &ok);
+                          }}));
+    EXPECT_TRUE(ok);
+    callbacks.resolveVideoInput = [](void*, TmxObjectRef*) { return false; };
+    ExpectNone("no new name", [&] {
+        return TmxAct_UpdateActionInfo(action.get(), nullptr, &callbacks, &ok) && !ok;
+    });
+    ExpectNone("UpdateActionSource", [] { return TmxAct_UpdateActionSource(); });
+    ExpectNone("UpdateTimeRangeChanged", [] { return !TmxAct_UpdateTimeRangeChanged(); });
+}
+
+void TryClientInfo() {
+    const Handle action = LongObject("ViewerCleared");
+    const Unchanged unchanged(action.get());
+    EXPECT_EQ(2, FailEach("a new client",
+                          {.call =
+                               [&](TmxHandle*) {
+                                   return TmxAct_UpdateWindowsClientInfo(
+                                       action.get(), kLongName.c_str(), 3, kOtherLongName.c_str());
+                               },
+                           .prepare =
+                               [&] {
+                                   // Back to what it was.
+                                   const Values values = Long(ActionByName("ViewerCleared"));
+                                   TmxAct_UpdateWindowsClientInfo(
+                                       action.get(),
+                                       std::get<std::u16string>(values[1].data).c_str(),
+                                       std::get<int32_t>(values[2].data),
+                                       std::get<std::u16string>(values[3].data).c_str());
+                               },
+                           .check = [&](End) { return unchanged(); }}));
+    const TmxWChar* host = nullptr;
+    const int32_t* type = nullptr;
+    const TmxWChar* account = nullptr;
+    ExpectNone("the client",
+               [&] { return TmxAct_GetWindowsClientInfo(action.get(), &host, &type, &account); });
+}
+
 // ---- All of them --------------------------------------------------------------------------------
 
 struct Trial {
@@ -1467,6 +1686,12 @@ const std::vector<Trial>& Trials() {
           "EnumerateEventFields",
           "GetEventDescriptionInfo",
           "GetMatchActionDescriptionInfo"}},
+        {&TryEventFilling, {"GetActionEventData", "TmxMatchAct_GetActionEventData"}},
+        {&TryEventScratch, {"GetActionEventData"}},
+        {&TryRestoring, {"RestoreActionFromEventData", "TmxMatchAct_RestoreActionFromEventData"}},
+        {&TryDescribing, {"GetActionEventDescription"}},
+        {&TryActionInfo, {"UpdateActionInfo", "UpdateActionSource", "UpdateTimeRangeChanged"}},
+        {&TryClientInfo, {"GetWindowsClientInfo", "UpdateWindowsClientInfo"}},
         {&TrySetters,
          {"SetActionPlainInfo", "SetActionClassPlainInfo", "SetActionParameterPlainInfo",
           "SetEnumValuePlainInfo", "SetEventFieldPlainInfo", "SetEventDescriptionPlainInfo",
@@ -1728,11 +1953,6 @@ TEST_F(MemoryTest, CountsInBytesAskForNothing) {
 }
 
 // ---- The record of a new thread -----------------------------------------------------------------
-
-template <typename Work>
-void InNewThread(Work work) {
-    std::thread(work).join();
-}
 
 // Without memory for the record a call answers as ever and records nothing; the next one tries
 // again.

@@ -541,6 +541,48 @@ TEST_F(ThreadsTest, PresentTime) {
     EXPECT_EQ(kThreads * kRounds * 5, done.load());
 }
 
+// Threads that fill records at the same time keep their own spilled numbers and widened texts.
+TEST_F(ThreadsTest, EveryThreadHasItsOwnEventScratch) {
+    const Handle device(TmxAct_CreateDeviceFound("shared type", "shared name", ""));
+    std::atomic<unsigned> wrong{0};
+    Together([&](unsigned thread) {
+        const auto number = static_cast<int32_t>(thread) - 4;
+        const std::string type = "type of thread " + std::to_string(thread);
+        const std::u16string wideType(type.begin(), type.end());
+        const TmxObjectRef channel{thread, u"Channel", number, 0};
+        for (unsigned round = 0; round < kRounds; ++round) {
+            const Handle alarm(TmxAct_CreateSensorVideoAlarmEx(
+                &channel, 1, &number, &number, &number, &number, nullptr, nullptr, nullptr));
+            const Handle own(TmxAct_CreateDeviceFound(type.c_str(), "", ""));
+            TmxEventDataRecord record{};
+            record.size = sizeof record;
+            bool complete = false;
+            bool right = TmxAct_GetActionEventData(alarm.get(), &record, &complete) &&
+                         *record.int64Fields[1] == number && *record.int64Fields[2] == number;
+            const Handle restored(TmxAct_RestoreActionFromEventData(&record));
+            bool equal = false;
+            right = right && TmxAct_Equal(alarm.get(), restored.get(), &equal) && equal;
+            right = right && TmxAct_GetActionEventData(own.get(), &record, &complete) &&
+                    wideType == record.textFields[0].text;
+            // An object that all threads read.
+            right = right && TmxAct_GetActionEventData(device.get(), &record, &complete) &&
+                    record.textFields[0].text == std::u16string_view(u"shared type") &&
+                    record.textFields[1].text == std::u16string_view(u"shared name");
+            std::u16string line;
+            right =
+                right && TmxAct_GetActionEventDescription(
+                             &record, &line,
+                             [](void* context, uint32_t, const TmxWChar*, const TmxWChar* value) {
+                                 *static_cast<std::u16string*>(context) = value;
+                             },
+                             &complete);
+            right = right && line == u"DeviceFound; Type: \"shared type\"; Name: \"shared name\"";
+            if (!right) wrong.fetch_add(1);
+        }
+    });
+    EXPECT_EQ(0u, wrong.load());
+}
+
 // Thousands of threads that call, fail and end leave nothing behind.
 TEST_F(ThreadsTest, ThreadsThatComeAndGo) {
     const TmxDateTime time{13439214000000};
@@ -555,6 +597,14 @@ TEST_F(ThreadsTest, ThreadsThatComeAndGo) {
             const TmxObjectRef camera{1, TMX_W("Cam"), 2, 0};
             const Handle own(TmxAct_CreateCameraOn(&camera));
             EXPECT_TRUE(own);
+            // Texts that stay with the thread to its end.
+            const Handle device(TmxAct_CreateDeviceFound("a type that lies outside of any string",
+                                                         "a name that does as well", ""));
+            TmxEventDataRecord record{};
+            record.size = sizeof record;
+            bool complete = true;
+            EXPECT_TRUE(TmxAct_GetActionEventData(device.get(), &record, &complete));
+            EXPECT_FALSE(complete);
         } else {
             // No framed call at all.
             EXPECT_EQ(106u, TmxAct_InterfaceVersion());
