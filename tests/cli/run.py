@@ -144,7 +144,9 @@ class Help(Case):
             result = self.run_tmxact(*command, "--help")
             self.assertEqual((0, ""), (result.code, result.err))
             self.assertTrue(result.out.startswith("Examples:\n  tmxact "))
-            self.golden("-".join(["help", *command]) + ".txt", result.out)
+            # The events commands, which a build may leave out, have tests of their own.
+            out = re.sub(r"^  (tmxact )?events .*\n", "", result.out, flags=re.M)
+            self.golden("-".join(["help", *command]) + ".txt", out)
 
     def test_version(self):
         result = self.run_tmxact("--version")
@@ -1034,7 +1036,8 @@ class Documents(Case):
 
     def test_completion(self):
         self.file("events.txt", "")
-        self.assertEqual(["catalogue", "check", "convert"], sorted(self.complete("tmxact ")))
+        self.assertEqual(["catalogue", "check", "convert"],
+                         sorted(set(self.complete("tmxact ")) - {"events"}))
         self.assertEqual(["catalogue"], self.complete("tmxact ca"))
         self.assertEqual(["CameraOff", "CameraOn"], sorted(self.complete("tmxact catalogue CameraO")))
         self.assertEqual(["json"], self.complete("tmxact convert --to j"))
