@@ -272,7 +272,7 @@ class OnBoth:
                     bytes.fromhex("0FF0000000000000"))
         def double(value):
             made = self.run_tmxact("convert", "--to", "bin",
-                                   stdin="MoveToAbsolutePosition (1, 1.5, 2.5, 1, 0.5)",
+                                   stdin='MoveToBySpeed ({ 0, 1, "C" }, 1.5, 2.5)',
                                    raw=True).out
             self.assertEqual(1, made.count(struct.pack("<d", 1.5)))
             return made.replace(struct.pack("<d", 1.5), struct.pack("<d", value))
@@ -932,6 +932,55 @@ class Postgresql(OnBoth, Case):
             self.assertFalse(any("Sort" in row[0] for row in plan), plan)
 
 
+class Documents(run.Documents):
+    def test_completion(self):
+        self.file("evening.db", "")
+        self.assertIn("events", self.complete("tmxact "))
+        self.assertEqual(["export", "import", "list", "stats"],
+                         sorted(self.complete("tmxact events ")))
+        self.assertEqual(["import"], self.complete("tmxact events im"))
+        self.assertEqual(["--limit"], self.complete("tmxact events list --lim"))
+        self.assertEqual(["--resume"], self.complete("tmxact events import --re"))
+        self.assertEqual(["lossy"], self.complete("tmxact events import --bytes l"))
+        self.assertEqual(["CameraOff", "CameraOn"],
+                         sorted(self.complete("tmxact events list --code CameraO")))
+        self.assertEqual(["evening.db"], self.complete("tmxact events list --db eve"))
+
+    def test_completions_know_every_value(self):
+        for file in ("tmxact.bash", "_tmxact", "tmxact.fish"):
+            with open(os.path.join(run.SOURCES, file), encoding="utf-8") as stream:
+                text = stream.read()
+            for words in ("incomplete lossy all", "catalogue --names"):
+                self.assertIn(words, text, file)
+            for name in ("bytes", "code", "db", "svg"):
+                self.assertRegex(text, f"--{name}\\b|-l {name} |in code class", file)
+
+    def test_man_page_tells_every_option_and_exit_code(self):
+        with open(os.path.join(run.SOURCES, "tmxact.1"), encoding="utf-8") as stream:
+            page = stream.read().replace("\\-", "-")
+        for command in ("import", "list", "export", "stats"):
+            self.assertIn(f".SS events {command}\n", page)
+            for option in re.findall(r"--[a-z0-9-]+",
+                                     self.run_tmxact("events", command, "--help").out):
+                self.assertIn(option, page)
+
+    def test_installed_scripts_are_the_schema(self):
+        """What is installed for reading is what the program runs: SQLite takes it as it stands."""
+        folder = os.path.join(os.path.dirname(run.TMXACT), "generated", "sql")
+        connection = sqlite3.connect(":memory:")
+        with open(os.path.join(folder, "001-events.sqlite.sql"), encoding="utf-8") as stream:
+            connection.executescript(stream.read())
+        result = self.run_tmxact("events", "import", "--db", "e.db", os.devnull)
+        self.assertEqual(0, result.code)
+        made = sqlite3.connect(os.path.join(self.folder, "e.db"))
+        schema = "SELECT type, name, tbl_name FROM sqlite_master ORDER BY name"
+        columns = "SELECT name, type, \"notnull\", pk FROM pragma_table_info('events')"
+        for query in (schema, columns):
+            self.assertEqual(connection.execute(query).fetchall(), made.execute(query).fetchall())
+        connection.close()
+        made.close()
+
+
 class Help(run.Help):
     """The commands' help texts, in golden/."""
 
@@ -950,10 +999,8 @@ class Help(run.Help):
             self.assertEqual((2, ""), (result.code, result.out))
             self.assertIn(word, result.err)
 
-    def test_version(self):
-        """The program's own, which run.py tests."""
-
-    test_no_arguments = test_help_to_full_disk = test_version
+    # The program's own are tested by run.py.
+    test_version = test_no_arguments = test_help_to_full_disk = None
 
 
 def main():

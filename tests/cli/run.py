@@ -188,7 +188,9 @@ class Help(Case):
             result = self.run_tmxact(*command, "--help")
             self.assertEqual((0, ""), (result.code, result.err))
             self.assertTrue(result.out.startswith("Examples:\n  tmxact "))
-            self.golden("-".join(["help", *command]) + ".txt", result.out)
+            # The events commands, which a build may leave out, have tests of their own.
+            out = re.sub(r"^  (tmxact )?events .*\n", "", result.out, flags=re.M)
+            self.golden("-".join(["help", *command]) + ".txt", out)
 
     def test_version(self):
         result = self.run_tmxact("--version")

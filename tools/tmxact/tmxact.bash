@@ -10,8 +10,9 @@ _tmxact() {
         case ${words[i]} in
             -*) ;;
             *)
-                command=${words[i]}
-                break
+                # The commands of events are two words.
+                command+=${command:+ }${words[i]}
+                [[ $command == events ]] || break
                 ;;
         esac
     done
@@ -38,10 +39,19 @@ _tmxact() {
             mapfile -t COMPREPLY < <(compgen -W 'auto always never' -- "$word")
             return
             ;;
-        --max-size | --template | --source | --comment)
+        --bytes)
+            mapfile -t COMPREPLY < <(compgen -W 'incomplete lossy all' -- "$word")
             return
             ;;
-        -o | --output | --templates)
+        --code | --class)
+            mapfile -t COMPREPLY < <(compgen -W "$("$program" catalogue --names 2>/dev/null)" -- "$word")
+            return
+            ;;
+        --max-size | --template | --source | --comment | --batch | --limit | --top | --since | \
+            --until | --text)
+            return
+            ;;
+        -o | --output | --templates | --db | --svg)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
@@ -56,9 +66,9 @@ _tmxact() {
     fi
 
     case $command in
-        '')
+        '' | events)
             local commands
-            commands=$("$program" --help 2>/dev/null |
+            commands=$("$program" $command --help 2>/dev/null |
                 sed -n '/^Subcommands:/,$s/^  \([a-z][a-z]*\) .*/\1/p')
             mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word")
             ;;
