@@ -3,6 +3,7 @@
 #include "catalogue/catalogue.h"
 #include "frame/last_error.h"
 #include "objects/generic_action.h"
+#include "zinc/crash_handling.h"
 
 namespace TmxPLC {
 
@@ -16,8 +17,10 @@ class Module {
         // Behind the building on purpose: the generic action stays out of every map and query.
         CTmxGenericAction::Register();
         LastError::Attach();
+        Zinc::InstallCrashHandling();
     }
     ~Module() {
+        Zinc::RemoveCrashHandling();
         LastError::Detach();
         if (LiveObjects::Count() != 0)
             Platform::OutputDebugText("TMXACTIONS.DLL: some actions/messages are not destroyed!\n");

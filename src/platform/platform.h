@@ -71,6 +71,9 @@ inline constexpr int kGreaterThan = 3;
 int CompareIgnoreCase(const WideChar* left, std::size_t leftLength, const WideChar* right,
                       std::size_t rightLength) noexcept;
 
+/// Turns a text into upper case in place, unit by unit (surrogates stay).
+void UpperCase(WideChar* text, std::size_t length) noexcept;
+
 // ---- Time ---------------------------------------------------------------------------------------
 
 /// A calendar time; the fields and their ranges are those of the Windows structure.
@@ -127,6 +130,9 @@ class CriticalSection {
     CriticalSection& operator=(const CriticalSection&) = delete;
     void lock() noexcept;
     void unlock() noexcept;
+    /// For the end of a crashed process, where the lock's owner may never come back: gives up after
+    /// the time (false: the lock is not held).
+    bool LockWithin(std::uint32_t milliseconds) noexcept;
 
   private:
     alignas(8) unsigned char storage_[64];
@@ -152,10 +158,188 @@ extern __thread void* threadSlot __attribute__((tls_model("initial-exec")));
 TMX_FORCE_INLINE void* GetThreadSlot() noexcept { return Detail::threadSlot; }
 #endif
 
+/// The system's number of the calling thread.
+std::uint32_t CurrentThreadId() noexcept;
+
 // ---- Diagnostics --------------------------------------------------------------------------------
+//
+// All that follows is used by a process that has crashed, too. Where the system allows it, these
+// functions neither allocate from the heap nor take a lock that other code could hold.
 
 /// Sends a text to the debugger, if one listens.
 void OutputDebugText(const char* text) noexcept;
 void OutputDebugText(const WideChar* text) noexcept;
+
+/// Zeroed memory in whole pages that is not from the heap; null if there is none.
+void* AllocatePages(std::size_t bytes) noexcept;
+void FreePages(void* pages, std::size_t bytes) noexcept;
+
+/// The full path of the process's executable, cut to capacity; a terminator is written behind it.
+/// Returns the units without it; 0 on failure. The narrow one is a path for the functions below.
+std::size_t ExecutablePath(char* text, std::size_t capacity) noexcept;
+std::size_t ExecutablePath(WideChar* text, std::size_t capacity) noexcept;
+
+/// Whether the process has a console (GetConsoleWindow; elsewhere: standard output or standard
+/// error is a terminal).
+bool HasConsole() noexcept;
+
+/// One of the two standard handles, as it was when it was asked for. WriteText sets the colour
+/// (the low four bits of a Windows console attribute), writes, and puts the colour back; a failed
+/// write is dropped.
+class ConsoleHandle {
+  public:
+    bool GetOutput() noexcept;  ///< standard output; false: there is none
+    bool GetError() noexcept;   ///< standard error; false: there is none
+    bool IsValid() const noexcept { return handle_ != kNone; }
+    void WriteText(std::uint16_t attribute, const WideChar* text,
+                   std::size_t length) const noexcept;
+
+  private:
+    static constexpr std::intptr_t kNone = -1;
+    std::intptr_t handle_ = kNone;
+};
+
+/// A file to write to. Open makes it anew. Paths are narrow and zero-terminated.
+class OutputFile {
+  public:
+    enum class Access {
+        Default,   ///< as the system gives it to new files; a file of that name is replaced
+        OwnerOnly  ///< only the owner may read it
+    };
+    OutputFile() = default;
+    ~OutputFile() { Close(); }
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    bool Open(const char* path, Access access) noexcept;
+    bool IsOpen() const noexcept { return handle_ != kNone; }
+    /// False: not all of it could be written.
+    bool Write(const void* bytes, std::size_t size) noexcept;
+    void Close() noexcept;
+    std::intptr_t Handle() const noexcept { return handle_; }
+
+  private:
+    static constexpr std::intptr_t kNone = -1;
+    std::intptr_t handle_ = kNone;
+};
+
+/// Whether something of that name is there that is not a directory.
+bool FileExists(const char* path) noexcept;
+bool RemoveFile(const char* path) noexcept;
+
+/// The types of event; the numbers of the Windows event log.
+enum class EventType : std::uint16_t { Error = 1, Warning = 2, Information = 4 };
+
+/// The user in whose name events are reported: on Windows a security identifier. Elsewhere the
+/// log's socket tells it, and Find has nothing to do.
+class EventUser {
+  public:
+    bool Find() noexcept;
+    const void* Identifier() const noexcept { return size_ != 0 ? bytes_ : nullptr; }
+
+  private:
+    std::size_t size_ = 0;
+    alignas(8) unsigned char bytes_[128] = {};
+};
+
+/// A source of events at the system's log.
+class EventSource {
+  public:
+    EventSource() = default;
+    ~EventSource() { Deregister(); }
+    EventSource(const EventSource&) = delete;
+    EventSource& operator=(const EventSource&) = delete;
+    bool Register(const WideChar* name) noexcept;
+    bool IsRegistered() const noexcept { return handle_ != kNone; }
+    /// text is zero-terminated. False: the log didn't take it.
+    bool Report(EventType type, const EventUser& user, const WideChar* text) noexcept;
+    void Deregister() noexcept;
+
+  private:
+    static constexpr std::intptr_t kNone = -1;
+    std::intptr_t handle_ = kNone;
+    char name_[64] = {};  // for systems whose log wants it with each event
+};
+
+/// The types of registry value that this library looks at.
+inline constexpr std::uint32_t kRegistryText = 1;            // REG_SZ
+inline constexpr std::uint32_t kRegistryExpandText = 2;      // REG_EXPAND_SZ
+inline constexpr std::uint32_t kRegistryDword = 4;           // REG_DWORD
+inline constexpr std::uint32_t kRegistryDwordBigEndian = 5;  // REG_DWORD_BIG_ENDIAN
+inline constexpr std::uint32_t kRegistryQword = 11;          // REG_QWORD
+
+/// A value as it is stored, text in the ANSI code page (a terminator may stand at its end).
+struct RegistryValue {
+    std::uint32_t type = 0;
+    std::size_t size = 0;  ///< in bytes
+    unsigned char data[1024] = {};
+};
+
+/// A key below HKEY_LOCAL_MACHINE, opened for querying values in the view of 64 bits.
+class RegistryKey {
+  public:
+    RegistryKey() = default;
+    ~RegistryKey() { Close(); }
+    RegistryKey(const RegistryKey&) = delete;
+    RegistryKey& operator=(const RegistryKey&) = delete;
+    bool Open(const char* path) noexcept;
+    /// False: no such value, or one that is larger than RegistryValue.
+    bool Query(const char* name, RegistryValue& value) const noexcept;
+    void Close() noexcept;
+
+  private:
+    static constexpr std::intptr_t kNone = -1;
+    std::intptr_t handle_ = kNone;
+    char path_[128] = {};  // for systems whose registry is a file
+};
+
+/// Replaces each %NAME% of the environment in a zero-terminated text; what isn't there stays. The
+/// target is terminated. Returns the characters without the terminator; 0 also where it doesn't
+/// fit.
+std::size_t ExpandEnvironment(const char* text, char* target, std::size_t capacity) noexcept;
+
+// ---- Crashes ------------------------------------------------------------------------------------
+
+/// What the system tells of a fault; codes and fields as on Windows.
+struct ExceptionRecord {
+    std::uint32_t code = 0;
+    std::uint32_t flags = 0;
+    const void* address = nullptr;
+    std::uint32_t numberParameters = 0;
+};
+struct ExceptionPointers {
+    const ExceptionRecord* record = nullptr;  ///< null where the system gave none
+    const void* system = nullptr;             ///< what WriteDump needs of the fault; not looked at
+};
+
+inline constexpr std::uint32_t kExceptionStackOverflow = 0xC00000FD;
+
+/// Gets the faults that nobody handles, on the thread that had them and with little stack. Must not
+/// return. On systems with signals a handler that was there before gets the fault first.
+using CrashFilter = void (*)(const ExceptionPointers& pointers) noexcept;
+void InstallCrashFilter(CrashFilter filter) noexcept;
+/// Before the module goes: puts back what was there, unless somebody has come in between.
+void RemoveCrashFilter() noexcept;
+
+/// Finds what writes dumps.
+enum class DumpWriter { Ready, NoLibrary, NoFunction };
+DumpWriter PrepareDumpWriter() noexcept;
+/// Writes an image of the process (full: with all of its memory) to a file that was opened for it.
+/// False: it is not complete.
+bool WriteDump(const OutputFile& file, const ExceptionPointers& pointers, bool full) noexcept;
+
+bool DebuggerIsPresent() noexcept;
+
+/// Runs the work on a thread of its own and waits for its end, at most for that long; the work goes
+/// on if it takes longer. Where no thread can be had it runs at once.
+inline constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
+void RunWorkItem(void (*work)() noexcept, std::uint32_t milliseconds) noexcept;
+
+/// Shows a message and waits until it is closed (where there are no dialogs: standard error).
+void ShowMessage(const char* caption, const char* text) noexcept;
+
+/// Ends the process with that exit code, of which systems with an exit status of 8 bits keep the
+/// low ones: KillProcess without anything else (it may fail), LeaveProcess as the system does.
+void KillProcess(std::int32_t exitCode) noexcept;
+[[noreturn]] void LeaveProcess(std::int32_t exitCode) noexcept;
 
 }  // namespace Platform

@@ -1,5 +1,6 @@
 #include "zinc/text.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <optional>
@@ -188,53 +189,66 @@ std::size_t SequenceLength(std::string_view text, std::size_t position) noexcept
     return length;
 }
 
-void AppendXmlCharacter(std::string& result, char character) {
+// A sink into a string, which is made room for as it grows.
+class StringSink final : public TextSink {
+  public:
+    explicit StringSink(std::string& target) noexcept : target_(target) {}
+    void Append(std::string_view text) override { target_ += text; }
+
+  private:
+    std::string& target_;
+};
+
+void AppendXmlCharacter(TextSink& sink, char character) {
     switch (character) {
         case '&':
-            result += "&amp;";
-            return;
+            return sink.Append("&amp;");
         case '<':
-            result += "&lt;";
-            return;
+            return sink.Append("&lt;");
         case '>':
-            result += "&gt;";
-            return;
+            return sink.Append("&gt;");
         case '"':
-            result += "&quot;";
-            return;
+            return sink.Append("&quot;");
         case '\'':
-            result += "&apos;";
-            return;
+            return sink.Append("&apos;");
         default:
             break;
     }
     const auto byte = static_cast<unsigned char>(character);
-    if (byte < 0x80) {
-        result += character;
-    } else {
-        result += "&#" + std::to_string(byte) + ";";
-    }
+    if (byte < 0x80) return sink.Append({&character, 1});
+    // Always three digits.
+    const char reference[] = {'&',
+                              '#',
+                              static_cast<char>('0' + byte / 100),
+                              static_cast<char>('0' + byte / 10 % 10),
+                              static_cast<char>('0' + byte % 10),
+                              ';'};
+    sink.Append({reference, sizeof reference});
 }
 
 }  // namespace
 
-std::string XmlEscape(std::string_view text) {
+void XmlEscape(std::string_view text, TextSink& sink) {
     // No byte of a UTF-8 sequence is one of the five, so that bytes can be searched.
     const std::size_t first = text.find_first_of("<&>'\"");
-    if (first == std::string_view::npos) return std::string(text);
-
-    std::string result;
-    result.reserve(text.size() + 32);
+    if (first == std::string_view::npos) return sink.Append(text);
     for (std::size_t position = 0; position < text.size();) {
         const std::size_t length = SequenceLength(text, position);
         if (length > 0) {
-            result.append(text, position, length);
+            sink.Append(text.substr(position, length));
             position += length;
         } else {
-            AppendXmlCharacter(result, text[position]);
+            AppendXmlCharacter(sink, text[position]);
             ++position;
         }
     }
+}
+
+std::string XmlEscape(std::string_view text) {
+    std::string result;
+    result.reserve(text.size() + 32);
+    StringSink sink(result);
+    XmlEscape(text, sink);
     return result;
 }
 
@@ -290,11 +304,16 @@ std::optional<Field> ReadField(std::string_view text) noexcept {
     return field;
 }
 
-void AppendAligned(std::string& result, std::string_view argument, const Field& field) {
+void AppendBlanks(TextSink& sink, std::size_t count) {
+    constexpr std::string_view blanks = "                ";
+    for (; count > 0; count -= std::min(count, blanks.size())) sink.Append(blanks.substr(0, count));
+}
+
+void AppendAligned(TextSink& sink, std::string_view argument, const Field& field) {
     const std::size_t blanks = field.width > argument.size() ? field.width - argument.size() : 0;
-    if (!field.left) result.append(blanks, ' ');
-    result += argument;
-    if (field.left) result.append(blanks, ' ');
+    if (!field.left) AppendBlanks(sink, blanks);
+    sink.Append(argument);
+    if (field.left) AppendBlanks(sink, blanks);
 }
 
 }  // namespace
@@ -310,23 +329,23 @@ std::string InvalidFormatStringException::GetClassName() const {
     return "class Zinc::Text::InvalidFormatStringException";
 }
 
-std::string Format(std::string_view format, std::initializer_list<std::string_view> arguments) {
+void Format(TextSink& sink, std::string_view format,
+            std::initializer_list<std::string_view> arguments) {
     constexpr std::size_t none = std::string_view::npos;
-    std::string result;
     std::size_t cursor = 0;
     for (;;) {
         const std::size_t open = format.find('{', cursor);
         const std::size_t close = format.find('}', cursor);
         if (open == none && close == none) {
-            result += format.substr(cursor);
-            return result;
+            sink.Append(format.substr(cursor));
+            return;
         }
         // none is the largest position, so that the smaller one is there.
         const std::size_t brace = open < close ? open : close;
         const bool doubled = brace + 1 < format.size() && format[brace + 1] == format[brace];
-        result += format.substr(cursor, brace - cursor);
+        sink.Append(format.substr(cursor, brace - cursor));
         if (doubled) {
-            result += format[brace];
+            sink.Append(format.substr(brace, 1));
             cursor = brace + 2;
             continue;
         }
@@ -345,9 +364,16 @@ std::string Format(std::string_view format, std::initializer_list<std::string_vi
                                                    ? "Text::Format illegal argument number (,):"
                                                    : "Text::Format illegal argument number :",
                                                format, brace);
-        AppendAligned(result, arguments.begin()[field->argument], *field);
+        AppendAligned(sink, arguments.begin()[field->argument], *field);
         cursor = close + 1;
     }
+}
+
+std::string Format(std::string_view format, std::initializer_list<std::string_view> arguments) {
+    std::string result;
+    StringSink sink(result);
+    Format(sink, format, arguments);
+    return result;
 }
 
 }  // namespace Text

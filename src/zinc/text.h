@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "zinc/exceptions.h"
+#include "zinc/safe_text.h"
 
 namespace Zinc {
 
@@ -31,6 +32,7 @@ WideString Utf8ToWide(std::string_view text);
 /// comes back as it is; in any other, a byte of 128 or above that belongs to no well-formed UTF-8
 /// sequence becomes a numeric reference, too ("&#255;").
 std::string XmlEscape(std::string_view text);
+void XmlEscape(std::string_view text, TextSink& sink);
 
 namespace Text {
 
@@ -49,6 +51,8 @@ class InvalidFormatStringException : public ZincException {
 /// the braces themselves. An argument longer than its width is not cut. Raises
 /// InvalidFormatStringException.
 std::string Format(std::string_view format, std::initializer_list<std::string_view> arguments);
+void Format(TextSink& sink, std::string_view format,
+            std::initializer_list<std::string_view> arguments);
 
 }  // namespace Text
 

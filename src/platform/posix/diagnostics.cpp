@@ -1,7 +1,6 @@
 // Error numbers and texts, and the debugger output.
 #include <fcntl.h>
 #include <langinfo.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,26 +11,17 @@
 #include <limits>
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
 
 namespace Platform {
+
+using Detail::ErrnoGuard;
 
 // ---- Errors -------------------------------------------------------------------------------------
 
 namespace {
 
 __thread std::uint32_t lastError __attribute__((tls_model("initial-exec"))) = 0;
-
-/// Keeps errno over a service that must not disturb the caller's.
-class ErrnoGuard {
-  public:
-    ErrnoGuard() noexcept : saved_(errno) {}
-    ~ErrnoGuard() { errno = saved_; }
-    ErrnoGuard(const ErrnoGuard&) = delete;
-    ErrnoGuard& operator=(const ErrnoGuard&) = delete;
-
-  private:
-    int saved_;
-};
 
 }  // namespace
 
@@ -65,9 +55,10 @@ std::size_t SystemErrorText(std::uint32_t number, WideChar* text, std::size_t ca
 
 // ---- Debugger output ----------------------------------------------------------------------------
 
-namespace {
+namespace {}  // namespace
 
-bool DebuggerIsAttached() noexcept {
+bool DebuggerIsPresent() noexcept {
+    const ErrnoGuard guard;
     const int file = open("/proc/self/status", O_RDONLY | O_CLOEXEC);
     if (file < 0) return false;
     // The line stands in the first few hundred bytes.
@@ -86,6 +77,8 @@ bool DebuggerIsAttached() noexcept {
     return *field >= '1' && *field <= '9';
 }
 
+namespace {
+
 /// Where debug text goes at present.
 class DebugTarget {
   public:
@@ -100,7 +93,7 @@ class DebugTarget {
                     where, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644);
                 owned_ = file_ >= 0;
             }
-        } else if (DebuggerIsAttached()) {
+        } else if (DebuggerIsPresent()) {
             file_ = STDERR_FILENO;
         }
     }
@@ -112,17 +105,8 @@ class DebugTarget {
 
     bool Listens() const noexcept { return file_ >= 0; }
 
-    /// One write, unless the system takes only a part of it.
     void Write(const char* text, std::size_t size) const noexcept {
-        while (size > 0) {
-            const ssize_t written = write(file_, text, size);
-            if (written < 0) {
-                if (errno == EINTR) continue;
-                return;
-            }
-            text += written;
-            size -= static_cast<std::size_t>(written);
-        }
+        Detail::WriteAll(file_, text, size);
     }
 
   private:
@@ -159,11 +143,11 @@ void OutputDebugText(const WideChar* text) noexcept {
     const std::ptrdiff_t size = WideToNarrow(CodePage::Utf8, 0, text, length, nullptr, 0);
     if (size < 0) return;
     const std::size_t bytes = static_cast<std::size_t>(size);
-    void* pages = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED) return;
+    void* pages = AllocatePages(bytes);
+    if (pages == nullptr) return;
     WideToNarrow(CodePage::Utf8, 0, text, length, static_cast<char*>(pages), bytes);
     target.Write(static_cast<const char*>(pages), bytes);
-    munmap(pages, bytes);
+    FreePages(pages, bytes);
 }
 
 }  // namespace Platform

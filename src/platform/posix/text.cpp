@@ -270,6 +270,23 @@ char32_t Fold(char32_t code) noexcept {
 }
 
 /// Turns A to Z into a to z, in eight units.
+/// The code point that folds to this one: of several the lowest near it, where the letters of its
+/// alphabet stand. Where there is none, the code point itself.
+char32_t Upper(char32_t code) noexcept {
+    if (code < 0x80) return code >= 'a' && code <= 'z' ? code - 0x20 : code;
+    constexpr char32_t kNear = ~char32_t{0x7F};
+    char32_t upper = code;
+    unsigned count = 0;
+    // Few texts have such letters, and only the name of an executable comes here.
+    for (char32_t candidate = 0x80; candidate < 0x10000; ++candidate) {
+        if (candidate == code || Fold(candidate) != code) continue;
+        if ((candidate & kNear) == (code & kNear)) return candidate;
+        upper = candidate;
+        ++count;
+    }
+    return count == 1 ? upper : code;
+}
+
 __m128i FoldAscii(__m128i units) noexcept {
     // Units from 8000 on are negative here and so fail the first test.
     const __m128i capital = _mm_and_si128(_mm_cmpgt_epi16(units, _mm_set1_epi16('A' - 1)),
@@ -377,6 +394,10 @@ int CompareIgnoreCase(const WideChar* left, std::size_t leftLength, const WideCh
     }
     if (leftLength == rightLength) return kEqual;
     return leftLength < rightLength ? kLessThan : kGreaterThan;
+}
+
+void UpperCase(WideChar* text, std::size_t length) noexcept {
+    for (std::size_t i = 0; i < length; ++i) text[i] = static_cast<WideChar>(Upper(text[i]));
 }
 
 }  // namespace Platform

@@ -1,12 +1,17 @@
 // The lock and the thread-local slot.
 #include <emmintrin.h>
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdint>
 #include <new>
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/fault_stack.h"
 
 namespace Platform {
 
@@ -41,6 +46,19 @@ void CriticalSection::lock() noexcept {
     pthread_mutex_lock(mutex);
 }
 
+bool CriticalSection::LockWithin(std::uint32_t milliseconds) noexcept {
+    const Detail::ErrnoGuard guard;
+    timespec until;
+    clock_gettime(CLOCK_MONOTONIC, &until);
+    until.tv_sec += milliseconds / 1000;
+    until.tv_nsec += milliseconds % 1000 * 1000000L;
+    if (until.tv_nsec >= 1000000000) {
+        ++until.tv_sec;
+        until.tv_nsec -= 1000000000;
+    }
+    return pthread_mutex_clocklock(MutexIn(storage_), CLOCK_MONOTONIC, &until) == 0;
+}
+
 void CriticalSection::unlock() noexcept { pthread_mutex_unlock(MutexIn(storage_)); }
 
 // ---- Slot ---------------------------------------------------------------------------------------
@@ -64,6 +82,7 @@ void EndOfThread(void* value) {
     if (void (*const onThreadEnd)(void*) = slotOnThreadEnd.load(std::memory_order_acquire)) {
         onThreadEnd(value);
     }
+    Detail::DetachFaultStack();
 }
 
 }  // namespace
@@ -100,7 +119,11 @@ bool SetThreadSlot(void* value) noexcept {
         return false;
     }
     Detail::threadSlot = value;
+    // The first that the module hears of a thread, and what its end is heard by.
+    if (value != nullptr) Detail::AttachFaultStack();
     return true;
 }
+
+std::uint32_t CurrentThreadId() noexcept { return static_cast<std::uint32_t>(syscall(SYS_gettid)); }
 
 }  // namespace Platform
