@@ -84,4 +84,8 @@ int CompareIgnoreCase(const WideChar* left, std::size_t leftLength, const WideCh
                           static_cast<int>(rightLength));
 }
 
+void UpperCase(WideChar* text, std::size_t length) noexcept {
+    CharUpperBuffW(text, static_cast<DWORD>(length));
+}
+
 }  // namespace Platform

@@ -31,6 +31,16 @@ CriticalSection::CriticalSection() noexcept {
 CriticalSection::~CriticalSection() { DeleteCriticalSection(SectionIn(storage_)); }
 
 void CriticalSection::lock() noexcept { EnterCriticalSection(SectionIn(storage_)); }
+
+bool CriticalSection::LockWithin(std::uint32_t milliseconds) noexcept {
+    const ULONGLONG begin = GetTickCount64();
+    while (!TryEnterCriticalSection(SectionIn(storage_))) {
+        if (GetTickCount64() - begin >= milliseconds) return false;
+        Sleep(1);
+    }
+    return true;
+}
+
 void CriticalSection::unlock() noexcept { LeaveCriticalSection(SectionIn(storage_)); }
 
 // ---- Slot ---------------------------------------------------------------------------------------
@@ -67,6 +77,8 @@ bool SetThreadSlot(void* value) noexcept {
 }
 
 void* GetThreadSlot() noexcept { return TlsGetValue(slot.load(std::memory_order_relaxed)); }
+
+std::uint32_t CurrentThreadId() noexcept { return GetCurrentThreadId(); }
 
 namespace Windows {
 
