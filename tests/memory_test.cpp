@@ -1476,7 +1476,9 @@ void TryEventScratch() {
                     }
                     EXPECT_FALSE(answer) << name << ", allocation " << failAt;
                     // Without memory for the thread's record the failure may go unrecorded.
-                    if (HasError()) EXPECT_EQ("", Against(&kBadAlloc)) << name;
+                    if (HasError()) {
+                        EXPECT_EQ("", Against(&kBadAlloc)) << name;
+                    }
                     EXPECT_TRUE(failAt == 0 || HasError()) << name;
                     fill();
                     EXPECT_TRUE(answer) << name;
@@ -1493,20 +1495,21 @@ void TryEventScratch() {
 // failure, as for the first.
 template <typename Call>
 void FailRestoring(const std::string& name, const Call& call) {
-    Handle(call());  // what is made once
-    int64_t count = Allocations([&] { Handle(call()); });
+    { const Handle once(call()); }  // what is made once
+    int64_t count = Allocations([&] { const Handle made(call()); });
     EXPECT_LT(1, count) << name;
     const int64_t blocks = liveBlocks.load();
     for (int64_t failAt = 0; failAt < count; ++failAt) {
         for (const bool onwards : {false, true}) {
             TmxHandle made = nullptr;
             const Watch seen = Watched(failAt, onwards, [&] { made = call(); });
+            const int64_t left = liveBlocks.load();
             const std::string where = name + ", allocation " + std::to_string(failAt);
             EXPECT_LT(0, seen.failures) << where;
             EXPECT_EQ(nullptr, made) << where;
             const bool noObject = seen.firstWasNothrow && seen.failures == 1;
             EXPECT_EQ("", Against(noObject ? nullptr : &kBadAlloc)) << where;
-            EXPECT_EQ(blocks, liveBlocks.load()) << where;
+            EXPECT_EQ(blocks, left) << where;
             Handle whole(call());
             EXPECT_TRUE(whole) << where;
             EXPECT_FALSE(HasError()) << where;
@@ -1528,7 +1531,7 @@ void TryRestoring() {
     FailRestoring("from a larger buffer",
                   [&] { return TmxAct_RestoreActionFromEventData(&second); });
     // A record without an action has no other way to give one.
-    const Bytes bytes = BytesOf(large.get());
+    const Bytes bytes = StoredBytes(large.get());
     TmxEventDataRecord stored{};
     stored.binarySize = bytes.size();
     stored.binary = bytes.data();
@@ -1542,7 +1545,7 @@ void TryRestoring() {
 
 void TryDescribing() {
     const Handle action = LongObject("CustomAction");
-    const Bytes bytes = BytesOf(action.get());
+    const Bytes bytes = StoredBytes(action.get());
     TmxEventDataRecord stored{};
     stored.code = 8;
     stored.binarySize = bytes.size();
@@ -1573,7 +1576,10 @@ void TryDescribing() {
         bool answer = false;
         const Watch seen = Watched(failAt, false, [&] { answer = describe(stored); });
         EXPECT_EQ(seen.firstWasNothrow, answer) << failAt;
-        EXPECT_EQ(answer ? 1 : 0, calls) << failAt;
+        // A line that fails has told some of its values.
+        if (answer) {
+            EXPECT_EQ(1, calls) << failAt;
+        }
         EXPECT_EQ("", Against(answer ? nullptr : &kBadAlloc)) << failAt;
         EXPECT_EQ(blocks, liveBlocks.load()) << failAt;
     }
