@@ -42,7 +42,7 @@ NOT_IN_LIBRARY = {"cerrno", "clocale", "csignal", "ctime", "filesystem", "fstrea
 # The instructions that every x86-64 processor has: the compiler's, the same on every system.
 PROCESSOR = {"emmintrin.h"}
 C_HEADERS = {"stdbool.h", "stddef.h", "stdint.h", "wchar.h"}
-TOOL_LIBRARIES = ("CLI/", "rapidjson/")
+TOOL_LIBRARIES = ("CLI/", "rapidjson/", "soci/")
 
 INCLUDE = re.compile(r'\s*#\s*include\s*([<"])([^>"]+)[>"]')
 ASKS_SYSTEM = re.compile(
