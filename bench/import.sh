@@ -35,7 +35,8 @@ trap 'rm -rf "$work"' EXIT
 lines=$(wc -l <"$work/site.txt")
 for ((i = 0; i < (actions + lines - 1) / lines; ++i)); do
     cat "$work/site.txt"
-done | head -n "$actions" >"$work/day.txt"
+done >"$work/more.txt"
+head -n "$actions" "$work/more.txt" >"$work/day.txt"
 "$tmxact" convert --to bin -o "$work/day.bin" "$work/day.txt"
 
 # measure NAME DATABASE INPUT

@@ -242,7 +242,10 @@ std::optional<Values> Gather(const ActionFacts& facts, const TmxEventDataRecord&
                     if (unit == 0 || unit > 127) *open = true;
                 }
             }
-            if (!value.present) value = Value{.present = false};
+            if (!value.present) {
+                value = Value();
+                value.present = false;
+            }
             values->push_back(value);
         }
         return size;
