@@ -17,6 +17,12 @@ install(TARGETS tmxactions EXPORT TmxActionsTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
+if(WIN32)
+    # Other linkers make their import libraries from it.
+    install(FILES ${PROJECT_BINARY_DIR}/generated/exports.def
+        DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME tmxactions.def COMPONENT development)
+endif()
+
 # Headers as they stand in the tree, and those that the build makes from the catalogue.
 foreach(directory ${PROJECT_SOURCE_DIR}/include ${PROJECT_BINARY_DIR}/generated/include)
     install(DIRECTORY ${directory}/tmxactions DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
