@@ -48,15 +48,13 @@ void CriticalSection::lock() noexcept {
 
 bool CriticalSection::LockWithin(std::uint32_t milliseconds) noexcept {
     const Detail::ErrnoGuard guard;
-    timespec until;
-    clock_gettime(CLOCK_MONOTONIC, &until);
-    until.tv_sec += milliseconds / 1000;
-    until.tv_nsec += milliseconds % 1000 * 1000000L;
-    if (until.tv_nsec >= 1000000000) {
-        ++until.tv_sec;
-        until.tv_nsec -= 1000000000;
+    constexpr timespec kMillisecond = {0, 1'000'000};
+    pthread_mutex_t* mutex = MutexIn(storage_);
+    for (std::uint32_t waited = 0; pthread_mutex_trylock(mutex) != 0; ++waited) {
+        if (waited == milliseconds) return false;
+        nanosleep(&kMillisecond, nullptr);
     }
-    return pthread_mutex_clocklock(MutexIn(storage_), CLOCK_MONOTONIC, &until) == 0;
+    return true;
 }
 
 void CriticalSection::unlock() noexcept { pthread_mutex_unlock(MutexIn(storage_)); }
