@@ -1462,7 +1462,9 @@ void TryEventScratch() {
                     }
                     EXPECT_FALSE(answer) << name << ", allocation " << failAt;
                     // Without memory for the thread's record the failure may go unrecorded.
-                    if (HasError()) EXPECT_EQ("", Against(&kBadAlloc)) << name;
+                    if (HasError()) {
+                        EXPECT_EQ("", Against(&kBadAlloc)) << name;
+                    }
                     EXPECT_TRUE(failAt == 0 || HasError()) << name;
                     fill();
                     EXPECT_TRUE(answer) << name;
@@ -1479,15 +1481,15 @@ void TryEventScratch() {
 // failure, as for the first.
 template <typename Call>
 void FailRestoring(const std::string& name, const Call& call) {
-    Handle(call());  // what is made once
-    int64_t count = Allocations([&] { Handle(call()); });
+    EXPECT_TRUE(Handle{call()}) << name;  // what is made once
+    const int64_t count = Allocations([&] { static_cast<void>(Handle{call()}); });
     EXPECT_LT(1, count) << name;
-    const int64_t blocks = liveBlocks.load();
     for (int64_t failAt = 0; failAt < count; ++failAt) {
         for (const bool onwards : {false, true}) {
+            const std::string where = name + ", allocation " + std::to_string(failAt);
+            const int64_t blocks = liveBlocks.load();
             TmxHandle made = nullptr;
             const Watch seen = Watched(failAt, onwards, [&] { made = call(); });
-            const std::string where = name + ", allocation " + std::to_string(failAt);
             EXPECT_LT(0, seen.failures) << where;
             EXPECT_EQ(nullptr, made) << where;
             const bool noObject = seen.firstWasNothrow && seen.failures == 1;
@@ -1514,7 +1516,7 @@ void TryRestoring() {
     FailRestoring("from a larger buffer",
                   [&] { return TmxAct_RestoreActionFromEventData(&second); });
     // A record without an action has no other way to give one.
-    const Bytes bytes = BytesOf(large.get());
+    const Bytes bytes = StoredBytes(large.get());
     TmxEventDataRecord stored{};
     stored.binarySize = bytes.size();
     stored.binary = bytes.data();
@@ -1528,7 +1530,7 @@ void TryRestoring() {
 
 void TryDescribing() {
     const Handle action = LongObject("CustomAction");
-    const Bytes bytes = BytesOf(action.get());
+    const Bytes bytes = StoredBytes(action.get());
     TmxEventDataRecord stored{};
     stored.code = 8;
     stored.binarySize = bytes.size();
@@ -1559,7 +1561,8 @@ void TryDescribing() {
         bool answer = false;
         const Watch seen = Watched(failAt, false, [&] { answer = describe(stored); });
         EXPECT_EQ(seen.firstWasNothrow, answer) << failAt;
-        EXPECT_EQ(answer ? 1 : 0, calls) << failAt;
+        // A failure may come behind the first values.
+        EXPECT_TRUE(answer ? calls == 1 : calls < 3) << failAt;
         EXPECT_EQ("", Against(answer ? nullptr : &kBadAlloc)) << failAt;
         EXPECT_EQ(blocks, liveBlocks.load()) << failAt;
     }
