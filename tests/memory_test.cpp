@@ -1495,21 +1495,20 @@ void TryEventScratch() {
 // failure, as for the first.
 template <typename Call>
 void FailRestoring(const std::string& name, const Call& call) {
-    { const Handle once(call()); }  // what is made once
-    int64_t count = Allocations([&] { const Handle made(call()); });
+    EXPECT_TRUE(Handle{call()}) << name;  // what is made once
+    const int64_t count = Allocations([&] { static_cast<void>(Handle{call()}); });
     EXPECT_LT(1, count) << name;
-    const int64_t blocks = liveBlocks.load();
     for (int64_t failAt = 0; failAt < count; ++failAt) {
         for (const bool onwards : {false, true}) {
+            const std::string where = name + ", allocation " + std::to_string(failAt);
+            const int64_t blocks = liveBlocks.load();
             TmxHandle made = nullptr;
             const Watch seen = Watched(failAt, onwards, [&] { made = call(); });
-            const int64_t left = liveBlocks.load();
-            const std::string where = name + ", allocation " + std::to_string(failAt);
             EXPECT_LT(0, seen.failures) << where;
             EXPECT_EQ(nullptr, made) << where;
             const bool noObject = seen.firstWasNothrow && seen.failures == 1;
             EXPECT_EQ("", Against(noObject ? nullptr : &kBadAlloc)) << where;
-            EXPECT_EQ(blocks, left) << where;
+            EXPECT_EQ(blocks, liveBlocks.load()) << where;
             Handle whole(call());
             EXPECT_TRUE(whole) << where;
             EXPECT_FALSE(HasError()) << where;
@@ -1576,10 +1575,8 @@ void TryDescribing() {
         bool answer = false;
         const Watch seen = Watched(failAt, false, [&] { answer = describe(stored); });
         EXPECT_EQ(seen.firstWasNothrow, answer) << failAt;
-        // A line that fails has told some of its values.
-        if (answer) {
-            EXPECT_EQ(1, calls) << failAt;
-        }
+        // A failure may come behind the first values.
+        EXPECT_TRUE(answer ? calls == 1 : calls < 3) << failAt;
         EXPECT_EQ("", Against(answer ? nullptr : &kBadAlloc)) << failAt;
         EXPECT_EQ(blocks, liveBlocks.load()) << failAt;
     }

@@ -72,14 +72,6 @@ void ForAllObjects(const Check& check) {
     }
 }
 
-Bytes Stored(TmxHandle handle) {
-    uint32_t needed = 0;
-    TmxAct_StoreToBinBuffer(handle, nullptr, 0, &needed);
-    Bytes bytes(needed);
-    EXPECT_TRUE(TmxAct_StoreToBinBuffer(handle, bytes.data(), needed, &needed));
-    return bytes;
-}
-
 // ---- Filling ------------------------------------------------------------------------------------
 
 TEST_F(EventRule, EveryActionFills) {
@@ -182,7 +174,7 @@ void CheckRestored(const ActionFacts& action, const TmxEventDataRecord& record,
     Values values;
     ASSERT_TRUE(Decode(action, restored.get(), &values)) << name;
     EXPECT_EQ(Differences(action, ActionOf(action, *expected), values), "") << name;
-    EXPECT_EQ(Hex(Stored(match.get()).data(), Stored(match.get()).size()),
+    EXPECT_EQ(Hex(StoredBytes(match.get()).data(), StoredBytes(match.get()).size()),
               Hex(TemplateBytes(action, *expected).data(), TemplateBytes(action, *expected).size()))
         << name;
 }
@@ -203,27 +195,28 @@ TEST_F(EventRule, EveryActionComesBackFromItsFields) {
 }
 
 TEST_F(EventRule, EveryActionComesBackFromItsBytes) {
-    ForAllObjects([](const ActionFacts& action, TmxHandle handle, const Values&,
-                     const std::string& name) {
-        ASSERT_TRUE(TmxAct_SetProperty(handle, TMX_W("key"), TMX_W("value")));
-        const Bytes bytes = Stored(handle);
-        TmxEventDataRecord record{};
-        record.code = action.code == 1 ? 2 : 1;  // the bytes alone count
-        SetBinary(&record, bytes);
-        record.binarySize |= 0x500000000;  // the low half counts
-        // Some data sets don't survive as bytes.
-        const Values values = ReadBinary(bytes).values;
-        const Handle restored(TmxAct_RestoreActionFromEventData(&record));
-        ASSERT_TRUE(restored) << name;
-        EXPECT_FALSE(HasError()) << name;
-        EXPECT_TRUE(Stored(restored.get()) ==
-                    BinaryForm(action, values, {{TMX_W("key"), TMX_W("value")}}))
-            << name;
-        const Handle match(TmxMatchAct_RestoreActionFromEventData(&record));
-        ASSERT_TRUE(match) << name;
-        EXPECT_FALSE(HasError()) << name;
-        EXPECT_TRUE(Stored(match.get()) == TemplateBytes(action, PairsOf(action, values))) << name;
-    });
+    ForAllObjects(
+        [](const ActionFacts& action, TmxHandle handle, const Values&, const std::string& name) {
+            ASSERT_TRUE(TmxAct_SetProperty(handle, TMX_W("key"), TMX_W("value")));
+            const Bytes bytes = StoredBytes(handle);
+            TmxEventDataRecord record{};
+            record.code = action.code == 1 ? 2 : 1;  // the bytes alone count
+            SetBinary(&record, bytes);
+            record.binarySize |= 0x500000000;  // the low half counts
+            // Some data sets don't survive as bytes.
+            const Values values = ReadBinary(bytes).values;
+            const Handle restored(TmxAct_RestoreActionFromEventData(&record));
+            ASSERT_TRUE(restored) << name;
+            EXPECT_FALSE(HasError()) << name;
+            EXPECT_TRUE(StoredBytes(restored.get()) ==
+                        BinaryForm(action, values, {{TMX_W("key"), TMX_W("value")}}))
+                << name;
+            const Handle match(TmxMatchAct_RestoreActionFromEventData(&record));
+            ASSERT_TRUE(match) << name;
+            EXPECT_FALSE(HasError()) << name;
+            EXPECT_TRUE(StoredBytes(match.get()) == TemplateBytes(action, PairsOf(action, values)))
+                << name;
+        });
 }
 
 // Bytes that can't be read leave the fields to tell.
@@ -231,7 +224,7 @@ TEST_F(EventRule, BrokenBytesFallBackToTheFields) {
     Random random(20);
     for (const ActionFacts& action : AllActions()) {
         const Handle handle(Create(action, Typical(action)));
-        const Bytes whole = Stored(handle.get());
+        const Bytes whole = StoredBytes(handle.get());
         TmxEventDataRecord filled = Blank();
         bool complete = false;
         ASSERT_TRUE(TmxAct_GetActionEventData(handle.get(), &filled, &complete));
@@ -311,7 +304,7 @@ TEST_F(EventRule, EveryActionIsDescribedFromItsFields) {
 TEST_F(EventRule, EveryActionIsDescribedFromItsBytes) {
     ForAllObjects([](const ActionFacts& action, TmxHandle handle, const Values& values,
                      const std::string& name) {
-        const Bytes bytes = Stored(handle);
+        const Bytes bytes = StoredBytes(handle);
         TmxEventDataRecord record{};
         record.code = action.code;
         SetBinary(&record, bytes);
@@ -606,7 +599,7 @@ void CheckWalk(const ActionFacts& action, const Values& start, Server& server,
     Values values;
     ASSERT_TRUE(Decode(action, handle.get(), &values));
     EXPECT_EQ(Differences(action, expected, values), "") << name;
-    const Bytes bytes = Stored(handle.get());
+    const Bytes bytes = StoredBytes(handle.get());
     const Handle again(TmxAct_CreateFromBinBuffer(bytes.data(), static_cast<int32_t>(bytes.size()),
                                                   TMX_ANY_MESSAGE_CLASS, nullptr));
     bool equal = false;
@@ -681,7 +674,7 @@ TEST_F(EventRule, NoActionIsWalkedThatCountsAsComplete) {
                 if (flags == 0 && (version == 1 || version == 100)) continue;
                 const Handle handle(Create(action, Typical(action)));
                 ASSERT_TRUE(TmxAct_SetMessageFlags(handle.get(), flags));
-                const Bytes before = Stored(handle.get());
+                const Bytes before = StoredBytes(handle.get());
                 Server server;
                 server.answer = false;
                 server.callbacks.version = version;
@@ -689,7 +682,7 @@ TEST_F(EventRule, NoActionIsWalkedThatCountsAsComplete) {
                 ASSERT_TRUE(TmxAct_UpdateActionInfo(handle.get(), &server, &server.callbacks, &ok));
                 EXPECT_TRUE(ok) << action.name;
                 EXPECT_TRUE(server.calls.empty()) << action.name;
-                EXPECT_EQ(Stored(handle.get()), before) << action.name;
+                EXPECT_EQ(StoredBytes(handle.get()), before) << action.name;
             }
         }
     }
