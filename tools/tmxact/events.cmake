@@ -42,7 +42,7 @@ set(tmxact_sql_dir ${PROJECT_BINARY_DIR}/generated/sql)
 tmxact_embed_sql(${tmxact_sql_dir}/event_schema.cpp ${tmxact_sql_dir}
   ${CMAKE_CURRENT_LIST_DIR}/sql/001-events.sql)
 
-target_sources(tmxact PRIVATE
+set(tmxact_events_sources
   tmxact/event_chart.cpp
   tmxact/event_database.cpp
   tmxact/event_row.cpp
@@ -52,13 +52,14 @@ target_sources(tmxact PRIVATE
   tmxact/events_list.cpp
   tmxact/events_stats.cpp
   tmxact/time_text.cpp
-  ${tmxact_sql_dir}/event_schema.cpp
 )
-target_compile_definitions(tmxact PRIVATE TMXACT_EVENTS)
+target_sources(tmxact PRIVATE ${tmxact_events_sources} ${tmxact_sql_dir}/event_schema.cpp)
 if(TMXACTIONS_SANITIZE MATCHES undefined)
   # The check of a class's type asks for types that SOCI's libraries don't show.
-  target_compile_options(tmxact PRIVATE -fno-sanitize=vptr)
+  set_source_files_properties(${tmxact_events_sources} PROPERTIES
+    COMPILE_OPTIONS -fno-sanitize=vptr)
 endif()
+target_compile_definitions(tmxact PRIVATE TMXACT_EVENTS)
 target_include_directories(tmxact PRIVATE ${CMAKE_CURRENT_LIST_DIR})
 target_include_directories(tmxact SYSTEM PRIVATE
   ${SOCI_INCLUDE_DIR} ${SQLITE3_INCLUDE_DIR} ${LIBPQ_INCLUDE_DIR})
