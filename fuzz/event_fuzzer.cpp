@@ -23,7 +23,8 @@ class Input {
         return value;
     }
     std::u16string Text() {
-        const size_t units = std::min<size_t>(Take<uint16_t>(), size_ / 2);
+        const auto wanted = Take<uint16_t>();
+        const size_t units = std::min<size_t>(wanted, size_ / 2);
         std::u16string text(units, u'\0');
         std::memcpy(text.data(), data_, units * 2);
         Skip(units * 2);
@@ -243,7 +244,7 @@ std::optional<Values> Gather(const ActionFacts& facts, const TmxEventDataRecord&
                 }
             }
             if (!value.present) {
-                value = Value();
+                value = {};
                 value.present = false;
             }
             values->push_back(value);
@@ -354,11 +355,22 @@ void CheckDescription(const TmxEventDataRecord& record) {
     for (const Told& told : listener.values) {
         TMX_HOLDS(line.compare(place, 2, u"; ") == 0);
         place = line.find(told.value, place);
-        // A zero inside a text ends the line for whoever takes it as terminated.
+        // A zero inside a text ends it, and the line, for whoever takes them as terminated.
+        if (place == std::u16string::npos || place + told.value.size() == line.size()) break;
+        // The value may have been found ahead of its place.
+        place = line.find(u"; ", place + told.value.size());
         if (place == std::u16string::npos) break;
-        place += told.value.size();
-        if (place < line.size() && line[place] != u';') place = line.find(u"; ", place);
-        if (place == std::u16string::npos) break;
+    }
+    const bool whole = record.binarySize == 0 &&
+                       std::none_of(std::begin(record.textFields), std::end(record.textFields),
+                                    [](const TmxEventText& text) {
+                                        return std::find(text.text, text.text + text.length, 0) !=
+                                               text.text + text.length;
+                                    });
+    if (whole && !listener.values.empty()) {
+        const std::u16string& last = listener.values.back().value;
+        TMX_HOLDS(line.find(last, line.size() - std::min(line.size(), last.size() + 2)) !=
+                  std::u16string::npos);
     }
     Listener again;
     TMX_HOLDS(TmxAct_GetActionEventDescription(&record, &again, &Listener::Hear, &complete));
