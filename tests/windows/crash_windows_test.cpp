@@ -49,10 +49,15 @@ class CrashTest : public testing::Test {
         return path;
     }
 
-    // A full dump takes its time: where it doesn't count, a folder of its name keeps it from being
+    // A dump takes its time: where it doesn't count, a folder of its name keeps it from being
     // written.
     static void WithoutFullDump(const std::string& program) {
         ASSERT_TRUE(CreateDirectoryA((program + ".FullDump.dmp").c_str(), nullptr));
+    }
+
+    static void WithoutDumps(const std::string& program) {
+        WithoutFullDump(program);
+        ASSERT_TRUE(CreateDirectoryA((program + ".MiniDump.dmp").c_str(), nullptr));
     }
 
     // Runs it to its crash. The number of the thread that crashes is told by itself.
@@ -138,7 +143,7 @@ TEST_F(CrashTest, EveryKindHasItsName) {
         {"RaiseUnknownException", "UKNOWN EXCEPTION"},
     };
     const std::string program = Program("Q-server.exe");
-    WithoutFullDump(program);
+    WithoutDumps(program);
     for (const auto& [work, name] : kinds) {
         const Outcome outcome = Crash(program, work);
         ASSERT_FALSE(outcome.debug.empty()) << work;
@@ -242,7 +247,7 @@ const Value kValues[] = {
 TEST_F(CrashTest, OwnProgramsObeyDisableMinidumpsInEveryType) {
     SetEnvironmentVariableA("TMX_TEST_ONE", "1");
     const std::string program = Program("TmxServer.exe");
-    WithoutFullDump(program);
+    WithoutDumps(program);
     for (const Value& value : kValues) {
         SetValue("DisableMinidumps", value.type, value.bytes[0],
                  static_cast<DWORD>(value.bytes.size()));
