@@ -130,9 +130,9 @@ int Main(int argc, char** argv) {
     program.set_version_flag("--version", Version, "Tell the versions of program and interface");
 
     ReportOptions report;
-    std::vector<Run> runs = {AddConvert(program, report), AddCheck(program, report),
-                             AddMatch(program, report),   AddTemplate(program, report),
-                             AddMake(program, report),    AddRules(program, report),
+    std::vector<Run> runs = {AddConvert(program, report),  AddCheck(program, report),
+                             AddMatch(program, report),    AddTemplate(program, report),
+                             AddMake(program, report),     AddRules(program, report),
                              AddCatalogue(program, report)};
 #ifdef TMXACT_EVENTS
     runs.push_back(AddEvents(program, report));

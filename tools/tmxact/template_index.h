@@ -44,8 +44,8 @@ class TemplateIndex {
     // How often an action was compared with a template.
     std::uint64_t Comparisons() const noexcept { return comparisons_; }
 
-    // A code with more templates than this has tables, unless they set too many different parameters:
-    // a look at a table costs about as much as a comparison.
+    // A code with more templates than this has tables, unless they set too many different
+    // parameters: a look at a table costs about as much as a comparison.
     static constexpr std::size_t kFew = 4;
 
   private:
